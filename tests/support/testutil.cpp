@@ -1,0 +1,66 @@
+#include "tests/support/testutil.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <sys/wait.h>
+
+namespace testsupport {
+
+TempDir::TempDir() {
+  char pattern[] = "/tmp/velmora-test-XXXXXX";
+  char* made = mkdtemp(pattern);
+  path_ = made ? made : "/tmp";
+}
+
+TempDir::~TempDir() {
+  if (path_ != "/tmp") {
+    std::error_code ec;
+    std::filesystem::remove_all(path_, ec);
+  }
+}
+
+void writeFile(const std::string& path, const std::string& bytes) {
+  std::ofstream out(path, std::ios::binary);
+  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+std::string readFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
+bool fileExists(const std::string& path) { return std::filesystem::exists(path); }
+
+RunResult run(const std::string& commandLine) {
+  TempDir dir;
+  std::string outFile = dir.file("out"), errFile = dir.file("err");
+  std::string full = "( " + commandLine + " ) </dev/null >" + outFile + " 2>" + errFile;
+  int raw = std::system(full.c_str());
+  RunResult r;
+  if (raw != -1) {
+    if (WIFEXITED(raw))
+      r.status = WEXITSTATUS(raw);
+    else if (WIFSIGNALED(raw))
+      r.status = 128 + WTERMSIG(raw);
+  }
+  r.out = readFile(outFile);
+  r.err = readFile(errFile);
+  return r;
+}
+
+#ifndef VELMORA_BINARY_DIR
+#define VELMORA_BINARY_DIR "."
+#endif
+#ifndef VELMORA_SOURCE_DIR
+#define VELMORA_SOURCE_DIR "."
+#endif
+
+std::string binaryDir() { return std::string(VELMORA_BINARY_DIR) + "/bin"; }
+std::string sourceDir() { return VELMORA_SOURCE_DIR; }
+
+}  // namespace testsupport

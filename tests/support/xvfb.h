@@ -1,0 +1,39 @@
+// Test support: a private X server for tests that open windows.
+#pragma once
+
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+namespace testsupport {
+
+// Starts Xvfb on a display number it picks itself (-displayfd), and stops it again
+// in the destructor. Each server is the test's own: nothing else draws on it.
+class XvfbServer {
+ public:
+  explicit XvfbServer(int width = 1280, int height = 1024);
+  ~XvfbServer();
+  XvfbServer(const XvfbServer&) = delete;
+  XvfbServer& operator=(const XvfbServer&) = delete;
+
+  bool ok() const { return pid_ > 0 && !display_.empty(); }
+  const std::string& display() const { return display_; }  // ":NN"
+
+ private:
+  pid_t pid_ = -1;
+  std::string display_;
+};
+
+// One server for the whole test process, started on first use and stopped at exit.
+// Sets DISPLAY to it. Returns the display name, or "" when Xvfb cannot start.
+const std::string& sharedDisplay();
+
+// Opens (once per process) a GLUT window of the given size on the shared display and
+// makes its context current. Later calls resize the window. Returns the GLUT window id,
+// or 0 when no display could be had.
+int openGLWindow(int width, int height, unsigned int glutMode = 0);
+
+// Reads back the colour buffer as RGB bytes, bottom row first (as OpenGL gives it).
+std::vector<unsigned char> readPixelsRGB(int x, int y, int width, int height);
+
+}  // namespace testsupport
