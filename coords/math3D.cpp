@@ -356,6 +356,20 @@ void vecToLB(const double v[3], double& l, double& b) {
   if (l < 0.0) l += 360.0;
 }
 
+void galacticToEquatorial(double v[3]) {
+  const double zAxis[3] = {0, 0, 1}, xAxis[3] = {1, 0, 0};
+  rotate3D_3(v, zAxis, -0.574761);
+  rotate3D_3(v, xAxis, 1.097501);
+  rotate3D_3(v, zAxis, -1.346376);
+}
+
+void equatorialToGalactic(double v[3]) {
+  const double zAxis[3] = {0, 0, 1}, xAxis[3] = {1, 0, 0};
+  rotate3D_3(v, zAxis, 1.346376);
+  rotate3D_3(v, xAxis, -1.097501);
+  rotate3D_3(v, zAxis, 0.574761);
+}
+
 double hitTriangle(const double a[3], const double b[3], const double c[3], const double origin[3],
                    const double dir[3], double hit[3], double normal[3]) {
   double oa[3], ob[3], oc[3];

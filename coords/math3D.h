@@ -73,6 +73,15 @@ void printView(FILE* fp, const View* view);
 void lbToVec(double v[3], double l, double b);
 void vecToLB(const double v[3], double& l, double& b);
 
+// The turn between the catalogue's galactic axes and J2000 equatorial axes, one set of angles
+// for the whole system: galactic to equatorial is about z by -0.574761, about x by 1.097501 and
+// about z by -1.346376 radians (rotate3D_3, each on the result of the last); the other way is
+// the exact inverse. These rounded angles put a position up to about 40 arc seconds away from
+// the IAU transformation; every place that shows or reads equatorial coordinates uses the same
+// turn, so the picture, the boundaries and the reports agree with each other.
+void galacticToEquatorial(double v[3]);
+void equatorialToGalactic(double v[3]);
+
 // Ray against triangle a, b, c: the ray parameter t of the hit, or -1.0. normal comes back facing
 // against the ray, not made unit. Hits exactly on an edge or corner don't count.
 double hitTriangle(const double a[3], const double b[3], const double c[3], const double origin[3],
