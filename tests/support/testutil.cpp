@@ -1,11 +1,12 @@
 #include "tests/support/testutil.h"
 
+#include <sys/wait.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <sys/wait.h>
 
 namespace testsupport {
 
@@ -34,7 +35,9 @@ std::string readFile(const std::string& path) {
   return s.str();
 }
 
-bool fileExists(const std::string& path) { return std::filesystem::exists(path); }
+bool fileExists(const std::string& path) {
+  return std::filesystem::exists(path);
+}
 
 RunResult run(const std::string& commandLine) {
   TempDir dir;
@@ -60,7 +63,11 @@ RunResult run(const std::string& commandLine) {
 #define VELMORA_SOURCE_DIR "."
 #endif
 
-std::string binaryDir() { return std::string(VELMORA_BINARY_DIR) + "/bin"; }
-std::string sourceDir() { return VELMORA_SOURCE_DIR; }
+std::string binaryDir() {
+  return std::string(VELMORA_BINARY_DIR) + "/bin";
+}
+std::string sourceDir() {
+  return VELMORA_SOURCE_DIR;
+}
 
 }  // namespace testsupport

@@ -2,66 +2,74 @@
 
 #include <GL/freeglut.h>
 #include <GL/gl.h>
+#include <X11/Xlib.h>
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <memory>
-#include <poll.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <random>
 
 namespace testsupport {
 
+// Display numbers are drawn at random from a high range rather than taken as the lowest free
+// one: many test processes start and stop servers at once, and a number freed a moment ago is
+// the one where a dying server may still remove the next one's lock and socket.
 XvfbServer::XvfbServer(int width, int height) {
-  int fds[2];
-  if (pipe(fds) != 0) return;
-  pid_t pid = fork();
-  if (pid < 0) {
-    close(fds[0]);
-    close(fds[1]);
-    return;
-  }
-  if (pid == 0) {
-    close(fds[0]);
-    int devnull = open("/dev/null", O_RDWR);
-    if (devnull >= 0) {
-      dup2(devnull, 1);
-      dup2(devnull, 2);
+  std::random_device seed;
+  std::mt19937 rng(seed() ^ static_cast<unsigned>(getpid()));
+  std::uniform_int_distribution<int> pick(200, 5999);
+  for (int attempt = 0; attempt < 20 && display_.empty(); ++attempt) {
+    int number = pick(rng);
+    std::string lock = "/tmp/.X" + std::to_string(number) + "-lock";
+    std::string socket = "/tmp/.X11-unix/X" + std::to_string(number);
+    if (access(lock.c_str(), F_OK) == 0 || access(socket.c_str(), F_OK) == 0) continue;
+    std::string name = ":" + std::to_string(number);
+    pid_t pid = fork();
+    if (pid < 0) return;
+    if (pid == 0) {
+      int devnull = open("/dev/null", O_RDWR);
+      if (devnull >= 0) {
+        dup2(devnull, 1);
+        dup2(devnull, 2);
+      }
+      std::string screen = std::to_string(width) + "x" + std::to_string(height) + "x24";
+      // -noreset: the readiness probe below is the first client, and a server that resets when
+      // its last client leaves refuses connections for a moment afterwards.
+      execlp("Xvfb", "Xvfb", name.c_str(), "-screen", "0", screen.c_str(), "-nolisten", "tcp", "-noreset",
+             "+extension", "GLX", "-ac", (char*)nullptr);
+      _exit(127);
     }
-    std::string screen = std::to_string(width) + "x" + std::to_string(height) + "x24";
-    std::string fd = std::to_string(fds[1]);
-    execlp("Xvfb", "Xvfb", "-displayfd", fd.c_str(), "-screen", "0", screen.c_str(), "-nolisten", "tcp",
-           "+extension", "GLX", "-ac", (char*)nullptr);
-    _exit(127);
-  }
-  close(fds[1]);
-  pid_ = pid;
-  std::string number;
-  // Xvfb writes the display number and a newline once it accepts connections.
-  for (int waited = 0; waited < 200; ++waited) {
-    pollfd p{fds[0], POLLIN, 0};
-    if (poll(&p, 1, 100) > 0) {
-      char c;
-      ssize_t n = read(fds[0], &c, 1);
-      if (n <= 0) break;
-      if (c == '\n') break;
-      number += c;
+    // Ready when a client gets through; gone when the server gave up (the number was taken).
+    for (int tries = 0; tries < 100; ++tries) {
+      if (waitpid(pid, nullptr, WNOHANG) == pid) {
+        pid = -1;
+        break;
+      }
+      if (Display* d = XOpenDisplay(name.c_str())) {
+        XCloseDisplay(d);
+        pid_ = pid;
+        owner_ = getpid();
+        display_ = name;
+        break;
+      }
+      usleep(50000);
+    }
+    if (display_.empty() && pid > 0) {
+      kill(pid, SIGTERM);
+      waitpid(pid, nullptr, 0);
     }
   }
-  close(fds[0]);
-  if (number.empty()) {
-    kill(pid_, SIGTERM);
-    waitpid(pid_, nullptr, 0);
-    pid_ = -1;
-    return;
-  }
-  display_ = ":" + number;
 }
 
 XvfbServer::~XvfbServer() {
-  if (pid_ > 0) {
+  // A forked child (a death test, say) that exits runs this destructor too: only the process
+  // that started the server stops it.
+  if (pid_ > 0 && getpid() == owner_) {
     kill(pid_, SIGTERM);
     waitpid(pid_, nullptr, 0);
   }
@@ -73,7 +81,8 @@ const std::string& sharedDisplay() {
   static bool tried = false;
   if (!tried) {
     tried = true;
-    server = std::make_unique<XvfbServer>();
+    for (int attempt = 0; attempt < 3 && !(server && server->ok()); ++attempt)
+      server = std::make_unique<XvfbServer>();
     if (server->ok()) {
       name = server->display();
       setenv("DISPLAY", name.c_str(), 1);

@@ -1,13 +1,14 @@
 // Test support: a private X server for tests that open windows.
 #pragma once
 
-#include <string>
 #include <sys/types.h>
+
+#include <string>
 #include <vector>
 
 namespace testsupport {
 
-// Starts Xvfb on a display number it picks itself (-displayfd), and stops it again
+// Starts Xvfb on a free display number drawn at random, and stops it again
 // in the destructor. Each server is the test's own: nothing else draws on it.
 class XvfbServer {
  public:
@@ -21,6 +22,7 @@ class XvfbServer {
 
  private:
   pid_t pid_ = -1;
+  pid_t owner_ = -1;
   std::string display_;
 };
 

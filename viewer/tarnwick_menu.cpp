@@ -1,0 +1,316 @@
+// Numbered commands, the pop-up menu that shows some of them, help and light status.
+#include <GL/freeglut.h>
+#include <GL/gl.h>
+
+#include <cstdio>
+
+#include "viewer/tarnwick.h"
+
+int mainMenu = 0, generalMenu = 0, movieMenu = 0, lightMenu = 0, lightCtrlMenu = 0, lightEnableMenu = 0;
+
+namespace {
+
+void menuCallback(int item) {
+  menuSelect(item);
+}
+
+void addFlagEntry(int flag, const char* on, const char* off, int item) {
+  glutAddMenuEntry(flag ? on : off, item);
+}
+
+}  // namespace
+
+void removeAllMenuItems() {
+  int n = glutGet(GLUT_MENU_NUM_ITEMS);
+  for (int i = 0; i < n; ++i) glutRemoveMenuItem(1);
+}
+
+void resetGeneralMenu() {
+  if (!generalMenu) return;
+  int previous = glutGetMenu();
+  glutSetMenu(generalMenu);
+  removeAllMenuItems();
+  addFlagEntry(antiAliasFlag, "AntiAliasing On", "AntiAliasing Off", 104);
+  addFlagEntry(showAxesFlag, "Show Axes On", "Show Axes Off", 105);
+  addFlagEntry(showCubesFlag, "Show Meter Cubes On", "Show Meter Cubes Off", 106);
+  addFlagEntry(showParsecCubesFlag, "Show Parsec Cubes On", "Show Parsec Cubes Off", 107);
+  addFlagEntry(showGalGrid, "Show Gal.Grid On", "Show Gal.Grid Off", 111);
+  addFlagEntry(showEqnGrid, "Show Eqn.Grid On", "Show Eqn.Grid Off", 112);
+  addFlagEntry(showSphGridDetail, "Grid Detail On", "Grid Detail Off", 113);
+  if (previous) glutSetMenu(previous);
+}
+
+int gotoFrameTargets(int nFrames, int* targets) {
+  int count = 0;
+  targets[count++] = 0;
+  int m = (nFrames < 10 ? nFrames : 10) - 1;
+  for (int k = 1; k <= m; ++k) targets[count++] = (nFrames - 1) * k / m;
+  return count;
+}
+
+int functionKeyTarget(int keyNumber, int nFrames) {
+  if (nFrames == 1) return 0;
+  return (keyNumber - 1) * (nFrames - 1) / ((nFrames < 10 ? nFrames : 10) - 1);
+}
+
+void resetMovieMenu() {
+  // The entries need a loaded movie's frame count (see gotoFrameTargets); without a movie
+  // there is no movie menu to fill.
+}
+
+void resetLightCtrlMenu() {
+  if (!lightCtrlMenu) return;
+  int previous = glutGetMenu();
+  glutSetMenu(lightCtrlMenu);
+  removeAllMenuItems();
+  for (int i = 0; i < 8; ++i) {
+    char label[64];
+    snprintf(label, sizeof label, "light %d%s", i, i == controlledLightID ? " (now)" : "");
+    glutAddMenuEntry(label, 2000 + i);
+  }
+  if (previous) glutSetMenu(previous);
+}
+
+void resetLightEnableMenu() {
+  if (!lightEnableMenu) return;
+  int previous = glutGetMenu();
+  glutSetMenu(lightEnableMenu);
+  removeAllMenuItems();
+  for (int i = 0; i < 8; ++i) {
+    char label[64];
+    snprintf(label, sizeof label, lightON[i] ? "light %d on" : "light %d off", i);
+    glutAddMenuEntry(label, 2100 + i);
+  }
+  if (previous) glutSetMenu(previous);
+}
+
+void resetLightMenu() {
+  // The light menus are never made by buildMenuItems; until a scene makes them, only the
+  // status line comes out.
+  if (lightMenu) {
+    int previous = glutGetMenu();
+    glutSetMenu(lightMenu);
+    removeAllMenuItems();
+    glutAddMenuEntry(showLightDir ? "Light Dir. On" : "Light Dir. Off", 201);
+    glutAddMenuEntry("Print Status", 202);
+    if (lightEnableMenu) glutAddSubMenu("Toggle", lightEnableMenu);
+    if (lightCtrlMenu) glutAddSubMenu("Control", lightCtrlMenu);
+    if (previous) glutSetMenu(previous);
+  }
+  resetLightCtrlMenu();
+  resetLightEnableMenu();
+  printLightStatus();
+}
+
+void buildMenuItems() {
+  generalMenu = glutCreateMenu(menuCallback);
+  resetGeneralMenu();
+  mainMenu = glutCreateMenu(menuCallback);
+  glutAddMenuEntry("Help", 11);
+  glutAddSubMenu("General", generalMenu);
+  // The "Movie" submenu stands here when a movie is loaded.
+  glutAddMenuEntry("Reset View", 12);
+  glutAddMenuEntry("Frame Rate", 13);
+  glutAddMenuEntry("About", 14);
+  glutAddMenuEntry("Quit", 15);
+}
+
+int menuSelectGeneral(int item) {
+  if (item < 101 || item > 113) return 0;
+  switch (item) {
+    case 101:
+      useSmooth = useSmooth == 2 ? 1 : 2;
+      break;
+    case 102:
+      useMaterial = useMaterial == 16 ? 8 : 16;
+      break;
+    case 103:
+      useTexture = useTexture == 4 ? 0 : 4;
+      break;
+    case 104:
+      antiAliasFlag = !antiAliasFlag;
+      if (antiAliasFlag) {
+        glEnable(GL_POINT_SMOOTH);
+        glEnable(GL_LINE_SMOOTH);
+      } else {
+        glDisable(GL_POINT_SMOOTH);
+        glDisable(GL_LINE_SMOOTH);
+      }
+      break;
+    case 105:
+      showAxesFlag = !showAxesFlag;
+      break;
+    case 106:
+      showCubesFlag = !showCubesFlag;
+      break;
+    case 107:
+      showParsecCubesFlag = !showParsecCubesFlag;
+      break;
+    case 108:
+      glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
+      break;
+    case 109:
+      glPolygonMode(GL_FRONT_AND_BACK, GL_LINE);
+      break;
+    case 110:
+      glPolygonMode(GL_FRONT_AND_BACK, GL_POINT);
+      break;
+    case 111:
+      showGalGrid = !showGalGrid;
+      break;
+    case 112:
+      showEqnGrid = !showEqnGrid;
+      break;
+    case 113:
+      showSphGridDetail = !showSphGridDetail;
+      break;
+  }
+  if ((item < 108 || item > 110) && useGLUTMenu) resetGeneralMenu();
+  glutPostRedisplay();
+  return 1;
+}
+
+int menuSelectLight(int item) {
+  if (item >= 2100 && item <= 2107) {
+    int light = item - 2100;
+    lightON[light] = !lightON[light];
+    if (lightON[light])
+      glEnable(GL_LIGHT0 + light);
+    else
+      glDisable(GL_LIGHT0 + light);
+  } else if (item >= 2000 && item <= 2007) {
+    controlledLightID = item - 2000;
+    if (!lightON[controlledLightID]) {
+      lightON[controlledLightID] = 1;
+      glEnable(GL_LIGHT0 + controlledLightID);
+      if (printEnable) fprintf(stderr, "Turn on the light you want to control automatically\n");
+    }
+  } else if (item == 202) {
+    for (int i = 0; i < 8; ++i) {
+      if (lightON[i]) {
+        fprintf(stderr, "    glEnable(GL_LIGHT0+%d);\n", i);
+        for (int k = 0; k < 4; ++k)
+          fprintf(stderr, "    lightPosition[%d][%d] = %f;\n", i, k, lightPosition[i][k]);
+        fprintf(stderr, "    glLightfv(GL_LIGHT%d + lgt,GL_POSITION,lightPosition[lgt]);\n", i);
+      } else {
+        fprintf(stderr, "    glDisable(GL_LIGHT0+%d);\n", i);
+      }
+    }
+    fprintf(stderr, "\n");
+    return 1;
+  } else if (item == 201) {
+    showLightDir = !showLightDir;
+  } else {
+    return 0;
+  }
+  if (useGLUTMenu) resetLightMenu();
+  glutPostRedisplay();
+  return 1;
+}
+
+int menuSelectMovie(int) {
+  // Frames, play, loop, dumps and the reload act on a loaded movie. Movies join the
+  // framework with the movie library; until then none is ever loaded, and no item is theirs.
+  return 0;
+}
+
+int menuSelect(int item) {
+  if (menuSelectGeneral(item)) return 1;
+  if (menuSelectLight(item)) return 1;
+  if (movieRec && menuSelectMovie(item)) return 1;
+  switch (item) {
+    case 11:
+      menuHelp();
+      break;
+    case 12: {
+      stopAllSpins();
+      View view = initView();
+      resetView(&view);
+      glutPostRedisplay();
+      break;
+    }
+    case 13:
+      frameRateFlag = !frameRateFlag;
+      glutPostRedisplay();
+      break;
+    case 14:
+      if (printEnable) {
+        fprintf(stderr, "\n");
+        fprintf(stderr, "%s\n\n", titleStr);
+        fprintf(stderr, "%s\n", aboutStr);
+      }
+      break;
+    case 15:
+      myExit(0);
+  }
+  return 0;
+}
+
+void printLightStatus() {
+  auto state = [](int i) { return lightON[i] ? "on" : "off"; };
+  fprintf(stderr, "\n");
+  fprintf(stderr, "  Light control ID: %d turned ON.\n", controlledLightID);
+  fprintf(stderr, "  Lights: 0(%s), 1(%s), 2(%s), 3(%s), 4(%s), 5(%s), 6(%s), 7(%s)\n", state(0), state(1),
+          state(2), state(3), state(4), state(5), state(6), state(7));
+  fprintf(stderr, "\n");
+}
+
+int menuHelp() {
+  FILE* out = stderr;
+  if (helpMenuFuncPtr) {
+    if (helpMenuFuncPtr(out) == 1) return 1;
+    fprintf(out, "\n");
+  }
+  const bool movie = movieRec != nullptr;
+  fprintf(out, "Mouse :\n");
+  fprintf(out, " left        - Rolling Ball (model)\n");
+  fprintf(out, "  with ALT   - Rolling Ball (at viewPt)\n");
+  fprintf(out, "  with SHIFT - Rotation about center (at viewPt)\n");
+  fprintf(out, " middle      - xy translate (model)\n");
+  fprintf(out, "  with ALT   - changing fovy\n");
+  fprintf(out, " left+mid    - xz translate (model)\n");
+  fprintf(out, "  with CTRL  - light position\n");
+  if (movie) fprintf(out, " CTRL+left   - movie advancing\n");
+  fprintf(out, " RIGHT       - popup menu\n");
+  fprintf(out, "\n");
+  fprintf(out, "Keyboard :\n");
+  fprintf(out, " 'a'     - show axes\n");
+  fprintf(out, " 'b'     - show power cubes (meters)\n");
+  fprintf(out, " 'B'     - show power cubes (parsec)\n");
+  fprintf(out, " 'i'     - information about positions\n");
+  fprintf(out, " 't'     - control texture\n");
+  fprintf(out, " 's'     - show constellation\n");
+  fprintf(out, " 'm'     - use colormap\n");
+  fprintf(out, " 'g'     - anti-aliasing\n");
+  fprintf(out, " '}'     - increase mouse sensitivity\n");
+  fprintf(out, " '{'     - decrease mouse sensitivity\n");
+  fprintf(out, " 'p'     - reset current view\n");
+  fprintf(out, " 'k'     - show frame rate\n");
+  fprintf(out, " 'h'     - this help\n");
+  fprintf(out, " Insert  - dump screen\n");
+  if (movie) {
+    if (countPlay)
+      fprintf(out, " 'z'     - stop movie (loop)\n");
+    else
+      fprintf(out, " 'z'     - play movie (loop)\n");
+    fprintf(out, " 'x'     - play movie\n");
+    fprintf(out, " 'c'     - dump movie\n");
+    fprintf(out, " 'r'     - reload script file\n");
+    fprintf(out, " 'n'     - show frame number\n");
+    fprintf(out, " 'F1-10' - goto frame\n");
+    fprintf(out, " '<-'    - next frame\n");
+    fprintf(out, " '->'    - previous frame\n");
+    fprintf(out, " 'pgup'  - next keyframe\n");
+    fprintf(out, " 'pgdn'  - prev keyframe\n");
+    fprintf(out, " 'home'  - advance 5 frame\n");
+    fprintf(out, " 'end'   - go back 5 frame\n");
+  }
+  fprintf(out, " 'upArrow   - scaling (currLogScale)\n");
+  fprintf(out, " 'downArrow - scaling (currLogScale)\n");
+  fprintf(out, " ESC/'q' - quit\n");
+  return 0;
+}
+
+void myMessageBox(const char* text, int) {
+  fprintf(stderr, "%s\n", text);
+}
