@@ -4,9 +4,9 @@
 set -euo pipefail
 
 PACKAGES=(
-  build-essential cmake pkg-config git python3 python3-numpy
+  build-essential cmake pkg-config git python3 ca-certificates
   libgtest-dev libgmock-dev libbenchmark-dev
-  zlib1g-dev freeglut3-dev libglu1-mesa-dev libx11-dev libimgui-dev
+  zlib1g-dev freeglut3-dev libglu1-mesa-dev libx11-dev libimgui-dev libstb-dev
   xvfb xdotool x11-utils imagemagick
   libcfitsio-dev libchealpix-dev
   assimp-utils libtinyobjloader-dev

@@ -1,0 +1,241 @@
+#include "tools/hipcat.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <map>
+
+#include "tools/skymath.h"
+
+namespace skydata {
+
+namespace {
+
+uint32_t rd32(const unsigned char* p) {
+  return p[0] | (p[1] << 8) | (p[2] << 16) | (uint32_t(p[3]) << 24);
+}
+
+struct Zone {
+  Vec3 c, axis0, axis1;
+};
+
+// The zones are the triangles of an icosahedron, subdivided `level` times.
+std::vector<Zone> makeZones(int level, double& scale) {
+  const double G = (1 + std::sqrt(5.0)) / 2, b = 1 / std::sqrt(1 + G * G), a = b * G;
+  const Vec3 corners[12] = {{a, -b, 0}, {a, b, 0},   {-a, b, 0}, {-a, -b, 0}, {0, a, -b}, {0, a, b},
+                            {0, -a, b}, {0, -a, -b}, {-b, 0, a}, {b, 0, a},   {b, 0, -a}, {-b, 0, -a}};
+  const int tri[20][3] = {{1, 0, 10}, {0, 1, 9},  {0, 9, 6},   {9, 8, 6},   {0, 7, 10},
+                          {6, 7, 0},  {7, 6, 3},  {6, 8, 3},   {11, 10, 7}, {7, 3, 11},
+                          {3, 2, 11}, {2, 3, 8},  {10, 11, 4}, {2, 4, 11},  {5, 4, 2},
+                          {2, 8, 5},  {4, 1, 10}, {4, 5, 1},   {5, 9, 1},   {8, 9, 5}};
+  struct T {
+    Vec3 c[3];
+  };
+  std::vector<T> tris;
+  for (auto& t : tri) tris.push_back({{corners[t[0]], corners[t[1]], corners[t[2]]}});
+  auto add = [](const Vec3& p, const Vec3& q) {
+    return normalized(Vec3{p[0] + q[0], p[1] + q[1], p[2] + q[2]});
+  };
+  for (int l = 0; l < level; ++l) {
+    std::vector<T> next;
+    next.reserve(tris.size() * 4);
+    for (const T& t : tris) {
+      const Vec3 e0 = add(t.c[1], t.c[2]), e1 = add(t.c[2], t.c[0]), e2 = add(t.c[0], t.c[1]);
+      next.push_back({{t.c[0], e2, e1}});
+      next.push_back({{e2, t.c[1], e0}});
+      next.push_back({{e1, e0, t.c[2]}});
+      next.push_back({{e0, e1, e2}});
+    }
+    tris.swap(next);
+  }
+  std::vector<Zone> zones;
+  double maxM = 0;
+  for (const T& t : tris) {
+    Zone z;
+    z.c = normalized(Vec3{t.c[0][0] + t.c[1][0] + t.c[2][0], t.c[0][1] + t.c[1][1] + t.c[2][1],
+                          t.c[0][2] + t.c[1][2] + t.c[2][2]});
+    z.axis0 = normalized(cross(Vec3{0, 0, 1}, z.c));
+    z.axis1 = cross(z.c, z.axis0);
+    for (const Vec3& k : t.c) {
+      const Vec3 d = {k[0] - z.c[0], k[1] - z.c[1], k[2] - z.c[2]};
+      const double m0 = dot(d, z.axis0), m1 = dot(d, z.axis1);
+      const double h = std::sqrt(1 - m0 * m0 - m1 * m1);
+      maxM = std::max({maxM, std::fabs(m0) / h, std::fabs(m1) / h});
+    }
+    zones.push_back(z);
+  }
+  scale = maxM / 2147483647.0;
+  return zones;
+}
+
+std::vector<std::string> readLines(const std::string& path) {
+  std::vector<std::string> lines;
+  std::ifstream in(path);
+  std::string s;
+  while (std::getline(in, s)) lines.push_back(s);
+  return lines;
+}
+
+}  // namespace
+
+bool readCatalogFile(const std::string& path, std::vector<CatRecord>& out, std::string& err) {
+  FILE* f = std::fopen(path.c_str(), "rb");
+  if (!f) {
+    err = "cannot open [" + path + "]";
+    return false;
+  }
+  std::vector<unsigned char> buf;
+  unsigned char chunk[65536];
+  size_t n;
+  while ((n = std::fread(chunk, 1, sizeof chunk, f)) > 0) buf.insert(buf.end(), chunk, chunk + n);
+  std::fclose(f);
+  if (buf.size() < 32) {
+    err = "[" + path + "] is too short for a catalogue header";
+    return false;
+  }
+  const uint32_t magic = rd32(&buf[0]), type = rd32(&buf[4]);
+  const int level = int(rd32(&buf[16]));
+  const int32_t magMin = int32_t(rd32(&buf[20]));
+  const int32_t magRange = int32_t(rd32(&buf[24]));
+  const int32_t magSteps = int32_t(rd32(&buf[28]));
+  if (magic != 0x835f040a || type != 0 || level < 0 || level > 8 || magSteps <= 0) {
+    err = "[" + path + "] is not a catalogue of type 0 records";
+    return false;
+  }
+  double scale = 0;
+  const std::vector<Zone> zones = makeZones(level, scale);
+  size_t pos = 32;
+  // The zone counts and the records must lie inside the file: a damaged count stops the read.
+  if (buf.size() < pos + 4 * zones.size()) {
+    err = "[" + path + "] ends inside the zone table";
+    return false;
+  }
+  std::vector<uint32_t> counts(zones.size());
+  for (size_t z = 0; z < zones.size(); ++z, pos += 4) counts[z] = rd32(&buf[pos]);
+  for (size_t z = 0; z < zones.size(); ++z) {
+    const Zone& zn = zones[z];
+    for (uint32_t i = 0; i < counts[z]; ++i, pos += 28) {
+      if (pos + 28 > buf.size()) {
+        err = "[" + path + "] ends inside its records";
+        return false;
+      }
+      const unsigned char* p = &buf[pos];
+      CatRecord r;
+      const uint32_t id = rd32(p);
+      r.hip = int(id & 0xFFFFFF);
+      r.component = int(id >> 24);
+      const double x0 = int32_t(rd32(p + 4)), x1 = int32_t(rd32(p + 8));
+      Vec3 d;
+      for (int k = 0; k < 3; ++k) d[k] = zn.c[k] + scale * (x0 * zn.axis0[k] + x1 * zn.axis1[k]);
+      vecToAng(d, r.raDeg, r.decDeg);
+      r.bv = p[12] * 4.0 / 127.0 - 0.5;
+      r.vmag = (magMin + double(p[13]) * magRange / magSteps) / 1000.0;
+      r.spIndex = p[14] | (p[15] << 8);
+      r.plxMas = int32_t(rd32(p + 24)) / 100.0;
+      out.push_back(r);
+    }
+  }
+  return true;
+}
+
+bool loadCatalog(const std::string& dir, Catalog& cat, std::string& err) {
+  const std::string stars = dir + "/stars/default/";
+  cat = Catalog();
+  for (int i = 0; i < 3; ++i) {
+    if (!readCatalogFile(stars + "stars_" + std::to_string(i) + "_0v0_8.cat", cat.all, err)) return false;
+  }
+  std::vector<std::string> sp = readLines(stars + "stars_hip_sp_0v0_4.cat");
+  if (sp.empty()) {
+    err = "cannot read [" + stars + "stars_hip_sp_0v0_4.cat]";
+    return false;
+  }
+  // One star per Hipparcos number: the brightest record of the number.
+  std::map<int, const CatRecord*> best;
+  for (const CatRecord& r : cat.all) {
+    if (r.hip == 0) continue;
+    ++cat.recordsWithHip;
+    auto it = best.find(r.hip);
+    if (it == best.end() || r.vmag < it->second->vmag) best[r.hip] = &r;
+  }
+  for (auto& [hip, r] : best) {
+    HipStar s;
+    s.hip = hip;
+    s.raDeg = r->raDeg;
+    s.decDeg = r->decDeg;
+    s.vmag = r->vmag;
+    s.bv = r->bv;
+    s.plxMas = r->plxMas;
+    if (r->spIndex > 0 && size_t(r->spIndex) < sp.size()) s.spType = sp[r->spIndex];
+    cat.hip.push_back(s);
+  }
+  auto eachDataLine = [&](const std::string& path, auto fn) {
+    std::ifstream in(path);
+    if (!in) return false;
+    std::string line;
+    while (std::getline(in, line)) {
+      if (line.empty() || line[0] == '#') continue;
+      fn(line);
+    }
+    return true;
+  };
+  bool ok = eachDataLine(stars + "hip_pm.dat", [&](const std::string& l) {
+    int hip;
+    double a, b;
+    if (std::sscanf(l.c_str(), "%d %lf %lf", &hip, &a, &b) == 3) {
+      const int i = findHip(cat, hip);
+      if (i >= 0) {
+        cat.hip[i].pmRaMasYr = a;
+        cat.hip[i].pmDecMasYr = b;
+        cat.hip[i].hasPm = true;
+      }
+    }
+  });
+  ok = ok && eachDataLine(stars + "hip_plx_err.dat", [&](const std::string& l) {
+         int hip;
+         double e;
+         if (std::sscanf(l.c_str(), "%d %lf", &hip, &e) == 2) {
+           const int i = findHip(cat, hip);
+           if (i >= 0) cat.hip[i].plxErrMas = e;
+         }
+       });
+  // cross-id.dat: HIP, an empty column, SAO, HD, HR, separated by tabs; any of the last three
+  // may be empty.
+  ok = ok && eachDataLine(stars + "cross-id.dat", [&](const std::string& l) {
+         size_t start = 0;
+         std::string cols[4];
+         for (int c = 0; c < 4; ++c) {
+           const size_t tab = l.find('\t', start);
+           cols[c] = l.substr(start, tab == std::string::npos ? std::string::npos : tab - start);
+           if (tab == std::string::npos) break;
+           start = tab + 1;
+         }
+         const int hip = std::atoi(cols[0].c_str());
+         const int hd = std::atoi(cols[3].c_str());
+         const int i = findHip(cat, hip);
+         if (i >= 0 && hd > 0 && cat.hip[i].hd == 0) cat.hip[i].hd = hd;
+       });
+  ok = ok && eachDataLine(dir + "/skycultures/western/star_names.fab", [&](const std::string& l) {
+         int hip;
+         char name[128];
+         if (std::sscanf(l.c_str(), " %d|_(\"%127[^\"]\")", &hip, name) == 2) {
+           const int i = findHip(cat, hip);
+           if (i >= 0 && cat.hip[i].name.empty()) cat.hip[i].name = name;
+         }
+       });
+  if (!ok) {
+    err = "cannot read the text companions of the catalogue under [" + stars + "]";
+    return false;
+  }
+  return true;
+}
+
+int findHip(const Catalog& cat, int hip) {
+  auto it = std::lower_bound(cat.hip.begin(), cat.hip.end(), hip,
+                             [](const HipStar& s, int h) { return s.hip < h; });
+  if (it == cat.hip.end() || it->hip != hip) return -1;
+  return int(it - cat.hip.begin());
+}
+
+}  // namespace skydata

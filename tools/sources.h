@@ -1,0 +1,14 @@
+// The texts that name the data: the star parameter file, the texture list and data/SOURCES.md.
+#pragma once
+
+#include <string>
+
+#include "tools/hipcat.h"
+
+namespace skydata {
+
+std::string starParameterText();
+std::string textureListText();
+std::string sourcesText(const Catalog& cat);
+
+}  // namespace skydata

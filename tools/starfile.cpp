@@ -1,0 +1,146 @@
+#include "tools/starfile.h"
+
+#include <cctype>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+
+#include "tools/skymath.h"
+#include "tools/starcolor.h"
+
+namespace skydata {
+
+SpectralParts parseSpectralType(const std::string& sp) {
+  SpectralParts p;
+  p.cls = "--";
+  size_t i = 0;
+  // Lower-case prefixes (sd, d, g, k...) carry no class: skip to the first capital letter.
+  while (i < sp.size() && !std::isupper(static_cast<unsigned char>(sp[i]))) ++i;
+  if (i >= sp.size()) return p;
+  // Wolf-Rayet (WN, WC), carbon (C), S, and white dwarf (DA, DB...) classes take two letters.
+  std::string cls(1, sp[i++]);
+  if ((cls == "W" || cls == "D") && i < sp.size() && std::isupper(static_cast<unsigned char>(sp[i])))
+    cls += sp[i++];
+  p.cls = cls;
+  // Subclass: digits with an optional decimal part.
+  size_t j = i;
+  while (j < sp.size() && (std::isdigit(static_cast<unsigned char>(sp[j])) || sp[j] == '.')) ++j;
+  if (j > i) {
+    p.num = std::atof(sp.substr(i, j - i).c_str());
+    if (p.num < 0) p.num = 0;
+    if (p.num > 10) p.num = 10;
+  }
+  if (cls.size() == 2 && cls[0] == 'D') return p;  // white dwarfs have no class of I to V
+  // Luminosity class: the first run of the roman letters I and V after the subclass.
+  for (size_t k = j; k < sp.size(); ++k) {
+    if (sp[k] == 'I' || sp[k] == 'V') {
+      size_t e = k;
+      while (e < sp.size() && (sp[e] == 'I' || sp[e] == 'V')) ++e;
+      const std::string r = sp.substr(k, e - k);
+      if (r == "I" || r == "II" || r == "III" || r == "IV" || r == "V") p.lum = r;
+      return p;
+    }
+    // A companion's type ("A1V+DA") is not this star's; "K5+III" is a modifier.
+    if (sp[k] == '+' && k + 1 < sp.size() && std::strchr("OBAFGKMWDCS", sp[k + 1])) break;
+  }
+  return p;
+}
+
+bool hasUsableParallax(const HipStar& s) {
+  return s.plxMas > 0;
+}
+
+bool inSet(const HipStar& s, int n) {
+  return hasUsableParallax(s) && (n >= 12 || s.vmag <= n);
+}
+
+std::string starLine(const HipStar& s) {
+  const double dPc = 1000.0 / s.plxMas;
+  const Vec3 eq = angToVec(s.raDeg, s.decDeg);
+  const Vec3 g = equatorialToGalactic(eq);
+  const double distErr = s.plxErrMas > 0 ? s.plxErrMas / s.plxMas : 0.0;
+  // Tangential velocity: 4.740470 km/s per arcsecond per year at one parsec.
+  const double ra = s.raDeg * kDeg, dec = s.decDeg * kDeg;
+  const Vec3 east = {-std::sin(ra), std::cos(ra), 0};
+  const Vec3 north = {-std::sin(dec) * std::cos(ra), -std::sin(dec) * std::sin(ra), std::cos(dec)};
+  const double k = 4.740470 * dPc / 1000.0;
+  Vec3 vEq;
+  for (int i = 0; i < 3; ++i) vEq[i] = k * (s.pmRaMasYr * east[i] + s.pmDecMasYr * north[i]);
+  const Vec3 v = equatorialToGalactic(vEq);
+  const double absMag = s.vmag + 5.0 * std::log10(s.plxMas) - 10.0;
+  const double lum = std::pow(10.0, -0.4 * absMag);
+  const RGB c = blackbodyRGB(bvToTemperature(s.bv));
+  const SpectralParts sp = parseSpectralType(s.spType);
+  std::string name = s.name.empty() ? "---" : s.name;
+  if (name.size() > 31) name.resize(31);
+  char line[512];
+  std::snprintf(
+      line, sizeof line,
+      "%.9g %.9g %.9g %.5g %.6g %.6g %.6g %.5g %.5g %.5g %.3f %.6g %.3f %.3f %.3f 1 %s %g %s %d %d %s\n",
+      g[0] * dPc, g[1] * dPc, g[2] * dPc, distErr, v[0], v[1], v[2], distErr, distErr, distErr, s.bv, lum,
+      c.r, c.g, c.b, sp.cls.c_str(), sp.num, sp.lum.empty() ? "V" : sp.lum.c_str(), s.hd, s.hip,
+      name.c_str());
+  return line;
+}
+
+static const char* kHeader =
+    "# Hipparcos stars as seen from the Sun, built from the star catalogue of the stellarium-data\n"
+    "# package (ESA Hipparcos and Tycho catalogues, 1997).\n"
+    "# Frame: galactic, x towards l = 0, b = 0, y towards l = 90, z towards the north galactic pole,\n"
+    "# from J2000 positions by the IAU rotation (north galactic pole at RA 192.85948, Dec 27.12825).\n"
+    "# SIZE: the unit of x, y, z is the parsec (3.0856776e16 m); positions from parallax, d = 1/plx.\n"
+    "# Column 4: fractional distance error, the parallax error over the parallax.\n"
+    "# Columns 5-7: velocity in km/s from the proper motion and the distance alone: the radial\n"
+    "# velocity is not in these sources, so the velocity is the tangential one; columns 8-10 its\n"
+    "# fractional errors, taken as the distance error.\n"
+    "# Column 11: B-V; column 12: luminosity, 1 at absolute V magnitude 0, from V and the parallax\n"
+    "# without extinction; columns 13-16: blackbody colour of the B-V temperature (Ballesteros 2012).\n"
+    "# Columns 17-19: spectral class ('--' when the catalogue gives none), subclass, luminosity\n"
+    "# class; where the type names no class of I to V, V is written, as the line needs the column.\n"
+    "# Column 20: HD number (0 when none), 21: Hipparcos number, 22: proper name ('---' when none).\n"
+    "# Stars without a positive parallax have no distance and are left out of every set.\n"
+    "# Where several components share a Hipparcos number, the brightest stands for it.\n"
+    "# Positions are for J2000; parallaxes as the package gives them (Hipparcos, in part the 2007\n"
+    "# new reduction, and Gaia DR2 for a few nearby stars).\n";
+
+bool writeStarSets(const Catalog& cat, const std::set<int>& figureStars, const std::string& dir,
+                   std::string& err) {
+  auto member = [&](const HipStar& s, int n) {
+    return inSet(s, n) || (hasUsableParallax(s) && figureStars.count(s.hip) > 0);
+  };
+  std::vector<std::string> lines(cat.hip.size());
+  for (size_t i = 0; i < cat.hip.size(); ++i)
+    if (hasUsableParallax(cat.hip[i])) lines[i] = starLine(cat.hip[i]);
+  for (int n = 1; n <= 12; ++n) {
+    const std::string path = dir + "/hip." + std::to_string(n) + ".star";
+    FILE* f = std::fopen(path.c_str(), "w");
+    if (!f) {
+      err = "cannot write [" + path + "]";
+      return false;
+    }
+    int count = 0;
+    int extra = 0;
+    for (const HipStar& s : cat.hip) {
+      count += member(s, n);
+      extra += member(s, n) && !inSet(s, n);
+    }
+    std::fprintf(f, "NUM_STARS %d\nSIZE 3.0856776 16\n", count);
+    std::fputs(kHeader, f);
+    if (n < 12)
+      std::fprintf(
+          f,
+          "# This set: the %d stars with V at most %d, and %d fainter stars of the constellation figures.\n",
+          count - extra, n, extra);
+    else
+      std::fprintf(f, "# This set: all %d stars with a usable parallax.\n", count);
+    for (size_t i = 0; i < cat.hip.size(); ++i)
+      if (member(cat.hip[i], n)) std::fputs(lines[i].c_str(), f);
+    if (std::fclose(f) != 0) {
+      err = "cannot write [" + path + "]";
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace skydata
