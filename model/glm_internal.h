@@ -1,0 +1,19 @@
+// Helpers shared by the files of the model library; not part of its public set.
+#pragma once
+
+#include <cstddef>
+
+#include "model/glm.h"
+
+namespace glm_detail {
+
+// ptrMalloc that ends the process with "Err: not enough memory!\n\n" (silently when quiet).
+void* allocOrDie(size_t bytes, bool quiet = false);
+// A zero-filled block from allocOrDie.
+void* zallocOrDie(size_t bytes, bool quiet = false);
+// Copies `text` into a fixed buffer of `size` bytes, cut to fit.
+void copyText(char* dst, const char* text, size_t size);
+// Sets every field of a material to its default.
+void setMaterialDefaults(_GLMmaterial* material);
+
+}  // namespace glm_detail
