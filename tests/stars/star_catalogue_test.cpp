@@ -2,9 +2,9 @@
 // large synthetic catalogue.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <algorithm>
 #include <cstdlib>
 #include <random>
 #include <sstream>
