@@ -25,10 +25,11 @@ XvfbServer::XvfbServer(int width, int height) {
   std::uniform_int_distribution<int> pick(200, 5999);
   for (int attempt = 0; attempt < 20 && display_.empty(); ++attempt) {
     int number = pick(rng);
-    std::string lock = "/tmp/.X" + std::to_string(number) + "-lock";
-    std::string socket = "/tmp/.X11-unix/X" + std::to_string(number);
-    if (access(lock.c_str(), F_OK) == 0 || access(socket.c_str(), F_OK) == 0) continue;
-    std::string name = ":" + std::to_string(number);
+    char lock[64], socket[64], name[16];
+    snprintf(lock, sizeof lock, "/tmp/.X%d-lock", number);
+    snprintf(socket, sizeof socket, "/tmp/.X11-unix/X%d", number);
+    snprintf(name, sizeof name, ":%d", number);
+    if (access(lock, F_OK) == 0 || access(socket, F_OK) == 0) continue;
     pid_t pid = fork();
     if (pid < 0) return;
     if (pid == 0) {
@@ -40,7 +41,7 @@ XvfbServer::XvfbServer(int width, int height) {
       std::string screen = std::to_string(width) + "x" + std::to_string(height) + "x24";
       // -noreset: the readiness probe below is the first client, and a server that resets when
       // its last client leaves refuses connections for a moment afterwards.
-      execlp("Xvfb", "Xvfb", name.c_str(), "-screen", "0", screen.c_str(), "-nolisten", "tcp", "-noreset",
+      execlp("Xvfb", "Xvfb", name, "-screen", "0", screen.c_str(), "-nolisten", "tcp", "-noreset",
              "+extension", "GLX", "-ac", (char*)nullptr);
       _exit(127);
     }
@@ -50,7 +51,7 @@ XvfbServer::XvfbServer(int width, int height) {
         pid = -1;
         break;
       }
-      if (Display* d = XOpenDisplay(name.c_str())) {
+      if (Display* d = XOpenDisplay(name)) {
         XCloseDisplay(d);
         pid_ = pid;
         owner_ = getpid();
