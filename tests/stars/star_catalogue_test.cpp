@@ -483,3 +483,57 @@ TEST(StarCatalogue, TwoHundredThousandStars) {
   EXPECT_EQ(list.zFirst, 0);
   EXPECT_EQ(list.zLast, n1 + n2 - 1);
 }
+
+namespace {
+
+std::vector<void*> gFreed;
+
+void recordingFree(void* p) {
+  gFreed.push_back(p);
+  free(p);
+}
+
+}  // namespace
+
+TEST(StarCatalogue, FreeStarsetGivesBackPlanetArraysAndTheStars) {
+  TempDir dir;
+  std::string f = dir.file("a.star");
+  writeFile(f, "NUM_STARS 3\nSIZE 1 16\n1 0 0\n2 0 0\n3 0 0\n");
+  StarList list;
+  list.freeFunc = recordingFree;
+  ASSERT_EQ(readFiles(list, {f}, 1), 1);
+  ASSERT_EQ(list.numStars, 4);
+  // Star 2 owns a pointer array for its planets; the others have none.
+  void* planets = list.allocFunc(sizeof(NODE_ExtrasolarPlanet*) * 2);
+  list.stars[2].planets = (NODE_ExtrasolarPlanet**)planets;
+  NODE_StarObject* stars = list.stars;
+  gFreed.clear();
+  list.freeStarset();
+  ASSERT_EQ(gFreed.size(), 2u);
+  EXPECT_EQ(gFreed[0], planets);
+  EXPECT_EQ(gFreed[1], (void*)stars);
+  // The catalogue is cleared, so that nothing is given back twice.
+  EXPECT_EQ(list.stars, nullptr);
+  EXPECT_EQ(list.numStars, 0);
+  list.freeStarset();
+  EXPECT_EQ(gFreed.size(), 2u);
+  list.freeFunc = free;
+}
+
+TEST(StarCatalogue, FailingLaterFileKeepsTheCatalogueAsItWas) {
+  TempDir dir;
+  std::string good = dir.file("good.star"), bad = dir.file("bad.star");
+  writeFile(good, "NUM_STARS 2\nSIZE 1 16\n1 0 0\n2 0 0\n");
+  writeFile(bad, "NUM_STARS 2\nSIZE 1 16\n1 0 0 -0.5\n2 0 0\n");
+  StarList list;
+  ASSERT_EQ(readFiles(list, {good}), 1);
+  NODE_StarObject* before = list.stars;
+  std::string err;
+  EXPECT_EQ(readFiles(list, {good, bad}, 1, &err), -1);
+  EXPECT_EQ(err, "    2 star objects from [" + good + "]\nError : Line 3 in [" + bad +
+                     "]:\n\t[1 0 0 -0.5\n]\n\tpercentage error in distance should be non-negative.\n");
+  EXPECT_EQ(list.stars, before);
+  EXPECT_EQ(list.numStars, 2);
+  EXPECT_EQ(list.withSun, 0);
+  EXPECT_EQ(list.getNumStars(), 2);
+}
