@@ -128,8 +128,7 @@ int entropyZip(unsigned char* in, unsigned char* out, int inSize, int* outSize, 
   *outSize = static_cast<int>(zs.total_out);
   deflateEnd(&zs);
   if (rc != Z_STREAM_END) {
-    // The output block is full: reported, and nothing is written past its end, where the
-    // original compressor went on writing.
+    // The output block is full: reported, and nothing is written past its end.
     chunkError("out of memory");
     return 1;
   }
@@ -182,9 +181,8 @@ void ReadDeflateZip(FILE* stream, unsigned char** data, int* size) {
   long fileSize = getFileSize(stream);
   // A chunk needs 8 bytes of table entries and at least 10 bytes of its own (the smallest
   // deflate stream and the trailer). A count the file can't hold (a truncated file, or a text
-  // file that happens to start with "EZ") would have sent the original after a block of
-  // count x 32768 bytes and tables read past the file's end: it is refused here, and the reader
-  // gets an empty result.
+  // file that happens to start with "EZ") would ask for a block of count x 32768 bytes and
+  // tables read past the file's end: it is refused here, and the reader gets an empty result.
   if (!countRead || fileSize < 0 || start < 0 ||
       static_cast<unsigned long long>(chunkCount) * 18 + 6 >
           static_cast<unsigned long long>(fileSize - start) ||
@@ -207,17 +205,17 @@ void ReadDeflateZip(FILE* stream, unsigned char** data, int* size) {
   for (unsigned i = 0; i < chunkCount; i++) {
     int want = static_cast<int>(sizes[i] > EZ_INBUF_SIZE ? EZ_INBUF_SIZE : sizes[i]);
     if (sizes[i] > EZ_INBUF_SIZE) {
-      // The original read the stated size into its 65536-byte buffer, past its end.
+      // Reading the stated size would go past the end of the 65536-byte buffer.
       chunkError("invalid compressed data--format violated");
     }
     int got = 0;
     // An offset outside the file reads nothing (or the short rest of the file) and the chunk
-    // fails to inflate; the original would have inflated stale buffer contents.
+    // fails to inflate, instead of inflating stale buffer contents.
     if (fseek(stream, static_cast<long>(offsets[i]), SEEK_SET) == 0) {
       got = static_cast<int>(fread(inbuf, 1, static_cast<size_t>(want), stream));
     }
     int produced = 0;
-    // Each chunk gets its own 32768 bytes of room: the original wrote on past them.
+    // Each chunk gets its own 32768 bytes of room and writes nothing past them.
     entropyUnzip(inbuf, outbuf + pos, got, &produced, EZ_CHUNK_SIZE);
     pos += produced;
   }

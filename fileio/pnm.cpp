@@ -80,9 +80,9 @@ void skipLine(FILE* fp) {
   }
 }
 
-// Checks the size read from the header against the rest of the file. The original went on
-// with whatever the header claimed: an allocation of that size and a read into it, and with a
-// missing size or a size of 0 it used an unset value or ended the process in cp_fread.
+// Checks the size read from the header against the rest of the file, so that a damaged header
+// gets a message instead of an allocation of whatever it claims and a read into it, an unset
+// height, or the end of the process in cp_fread for a size of 0.
 bool sizeFits(FILE* fp, const char* who, int fields, int width, int height, int bytesPerPixel,
               long long* bytes) {
   long long n = pixelCount(width, height);
@@ -178,7 +178,7 @@ int readPNM(const char* path, const char* type, int* width, int* height, int* ma
     return -1;
   }
   unsigned char* buf = static_cast<unsigned char*>(ptrPNMMalloc(static_cast<size_t>(bytes)));
-  if (!buf) {  // the original didn't test the allocation and read into a null pointer
+  if (!buf) {  // tested, so that nothing is read into a null pointer
     fclose(fp);
     return -1;
   }
@@ -214,7 +214,7 @@ int readFloatImage(const char* path, const char* type, const char* want, const c
     return -1;
   }
   T* buf = static_cast<T*>(ptrPNMMalloc(static_cast<size_t>(bytes)));
-  if (!buf) {  // the original didn't test the allocation
+  if (!buf) {  // tested, so that nothing is read into a null pointer
     fclose(fp);
     return -1;
   }

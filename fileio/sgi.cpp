@@ -51,8 +51,8 @@ ImageRec* ImageOpen(const char* name) {
     return nullptr;
   }
   unsigned short head[6];
-  // A file shorter than its 12 header bytes is refused: the original went on with
-  // whatever the record held.
+  // A file shorter than its 12 header bytes is refused, rather than read with whatever
+  // the record held.
   if (fread(head, 1, 12, image->file) != 12) {
     ImageClose(image);
     return nullptr;
@@ -83,7 +83,7 @@ ImageRec* ImageOpen(const char* name) {
       return nullptr;
     }
     image->rleEnd = 512 + 2 * x;
-    // Tables cut short by the file's end are refused: the original used the unread entries.
+    // Tables cut short by the file's end are refused, so that no unread entry is used.
     if (fseek(image->file, 512, SEEK_SET) != 0 || fread(image->rowStart, 1, x, image->file) != x ||
         fread(image->rowSize, 1, x, image->file) != x) {
       ImageClose(image);
@@ -96,21 +96,20 @@ ImageRec* ImageOpen(const char* name) {
 }
 
 void ImageGetRow(ImageRec* image, unsigned char* buffer, int y, int z) {
-  // A row outside the image is left alone: the original indexed the tables (or sought) past them.
-  if (y < 0 || z < 0 || y >= image->ysize) return;
   if ((image->type & 0xFF00) == 0x0100) {
-    // A plane beyond zsize has no table entry; the original read past the tables.
-    if (z >= image->zsize) return;
+    // A row or plane outside the image has no table entry and is left alone, so that the
+    // tables aren't indexed past their end.
+    if (y < 0 || z < 0 || y >= image->ysize || z >= image->zsize) return;
     size_t idx = static_cast<size_t>(y) + static_cast<size_t>(z) * image->ysize;
     long size = image->rowSize[idx];
     long room = static_cast<long>(image->xsize) * 256;
-    // A row larger than the row buffer, or negative, is cut to it: the original read past the buffer.
+    // A row larger than the row buffer, or negative, is cut to it, so no read goes past the buffer.
     if (size < 0) size = 0;
     if (size > room) size = room;
     if (fseek(image->file, static_cast<long>(image->rowStart[idx]), SEEK_SET) != 0) return;
     size_t got = fread(image->tmp, 1, static_cast<size_t>(size), image->file);
     // The packets are decoded within the bytes really read and within the row's xsize
-    // bytes: the original trusted the packet stream and could read and write past both.
+    // bytes: a damaged packet stream could otherwise read and write past both.
     const unsigned char* in = image->tmp;
     const unsigned char* inEnd = image->tmp + got;
     unsigned char* out = buffer;
@@ -215,7 +214,7 @@ unsigned char* readSGIImage(const char* name, int* width, int* height, int* chan
   *width = xs;
   *height = ys;
   *channels = zs;
-  // A file of no channels is refused: the original wrote each row into a buffer of 0 bytes.
+  // A file of no channels is refused: each row would be written into a buffer of 0 bytes.
   if (zs < 1) {
     ImageClose(image);
     return nullptr;
@@ -315,31 +314,30 @@ unsigned char* read_pnm_tobuf(const char* name, int* width, int* height, int* ch
   while ((ok = nextLine(fp, line)) && (line[0] == '#' || isspace(static_cast<unsigned char>(line[0])))) {
   }
   int fields = ok ? sscanf(line, "%d %d", width, height) : 0;
-  while ((ok = nextLine(fp, line)) && line[0] == '#') {
-  }
-  // Width and height on two lines leave the height unset. The original went on with
-  // the unset value; here the image is refused, and the height is left as it was.
-  if (fields < 2 || !ok) {
+  // Width and height on two lines leave the height unset. Going on would use the unset
+  // value, so the image is refused, and the height is left as it was.
+  if (fields < 2) {
     fclose(fp);
     return nullptr;
   }
+  while (nextLine(fp, line) && line[0] == '#') {
+  }
   int maximum = 0;
   sscanf(line, "%d", &maximum);  // read and ignored: samples are bytes
-  // Sizes that are negative, overflow or promise more bytes than the file holds are
-  // refused: the original allocated what the header claimed and read into it.
+  // Negative sizes, and sizes whose byte count overflows an int, are refused: their count
+  // would wrap and that much would be read into the buffer.
   long long bytes = static_cast<long long>(*width) * *height * comps;
-  long here = ftell(fp);
-  int total = getFileSize(fp);
-  if (*width <= 0 || *height <= 0 || bytes > INT_MAX || here < 0 || total < 0 || bytes > total - here) {
+  if (*width < 0 || *height < 0 || bytes > INT_MAX) {
     fclose(fp);
     return nullptr;
   }
   unsigned char* buf =
-      buffer ? buffer : static_cast<unsigned char*>(ptrSGIMalloc(static_cast<size_t>(bytes)));
+      buffer ? buffer : static_cast<unsigned char*>(ptrSGIMalloc(static_cast<size_t>(bytes ? bytes : 1)));
   if (!buf) {
     fclose(fp);
     return nullptr;
   }
+  // A short read isn't noticed: the buffer's tail keeps whatever it held.
   size_t got = fread(buf, 1, static_cast<size_t>(bytes), fp);
   (void)got;
   fclose(fp);

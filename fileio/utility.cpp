@@ -241,10 +241,12 @@ unsigned char* toImage(T* data, int count, T cut, const char* message) {
   }
   for (int i = 0; i < count; i++) {
     if (data[i] <= max) {
+      // The ratio is formed in the data's own precision, the rounding half in double.
       // Equal values below cut give max == min: the division by zero stays unguarded and
       // yields NaN. Only its conversion is pinned down, to the 0 that the x86 conversion's
       // "integer indefinite" value truncates to, as converting NaN to int is undefined.
-      double scaled = static_cast<double>(data[i] - min) / static_cast<double>(max - min) * 254 + 0.5;
+      T ratio = (data[i] - min) / (max - min) * 254;
+      double scaled = static_cast<double>(ratio) + 0.5;
       out[i] = std::isnan(scaled) ? 0 : static_cast<unsigned char>(static_cast<int>(scaled));
     } else
       out[i] = 255;
@@ -332,12 +334,12 @@ int countData(unsigned char* data, int count, unsigned char value) {
 }
 
 int binSearch(int* data, int count, int key) {
-  if (count < 1) return -1;  // no element to look at; the original read data[0] and data[-1]
+  if (count < 1) return -1;  // no element to look at: data[0] and data[-1] aren't read
   if (key <= data[0]) return 0;
   if (key > data[count - 1]) return -1;
   int hi = count - 1, lo = 0, mid = count / 2, step = (count / 2) / 2;
   while (hi - lo > 1) {
-    // mid is kept inside lo..hi, so the probe stays in the array where the original could step out.
+    // mid is kept inside lo..hi, so the probe never steps out of the array.
     if (mid < lo) mid = lo;
     if (mid > hi) mid = hi;
     if (data[mid] == key) return mid;

@@ -52,12 +52,14 @@ void useFailingAllocator(int n) {
   setAllocFunc_EZ(failingMalloc, free);
 }
 
-std::string escapeRegex(const std::string& s) {
-  std::string out;
+// A regular expression that matches exactly s, from start to end.
+std::string exactRegex(const std::string& s) {
+  std::string out = "^";
   for (char c : s) {
     if (strchr("[](){}.*+?^$|\\", c)) out += '\\';
     out += c;
   }
+  out += '$';
   return out;
 }
 
@@ -352,8 +354,7 @@ TEST(EZContainerDeath, WrongMagicEndsTheProcess) {
         int s;
         ReadDeflateZip(f, &d, &s);
       },
-      testing::ExitedWithCode(1),
-      escapeRegex("[ReadDeflateZip]: input file is not in our zip file format\n"));
+      testing::ExitedWithCode(1), exactRegex("[ReadDeflateZip]: input file is not in our zip file format\n"));
 }
 
 TEST(EZContainerDeath, ReaderAllocationFailuresEndTheProcess) {
@@ -372,7 +373,7 @@ TEST(EZContainerDeath, ReaderAllocationFailuresEndTheProcess) {
           int s;
           ReadDeflateZip(f, &d, &s);
         },
-        testing::ExitedWithCode(1), escapeRegex(messages[n - 1]))
+        testing::ExitedWithCode(1), exactRegex(messages[n - 1]))
         << n;
   }
 }
@@ -390,7 +391,7 @@ TEST(EZContainerDeath, WriterAllocationFailuresEndTheProcess) {
           useFailingAllocator(n);
           WriteDeflateZip(f, data.data(), 10);
         },
-        testing::ExitedWithCode(1), escapeRegex(messages[n - 1]))
+        testing::ExitedWithCode(1), exactRegex(messages[n - 1]))
         << n;
   }
 }
@@ -405,7 +406,7 @@ TEST(EZContainerDeath, PackFromFileAllocationFailureEndsTheProcess) {
         useFailingAllocator(1);
         PackFromFile(out, in);
       },
-      testing::ExitedWithCode(1), escapeRegex("[PackFromFile]: no memory for zipping\n"));
+      testing::ExitedWithCode(1), exactRegex("[PackFromFile]: no memory for zipping\n"));
 }
 
 TEST(EZCheck, AcceptsSoundContainersAndRestoresThePosition) {

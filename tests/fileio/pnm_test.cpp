@@ -126,6 +126,27 @@ TEST(PNMWrite, PreAllocateOnAStreamThatCantSeek) {
   close(fds[0]);
 }
 
+TEST(PNMWrite, WritersGoOnWhenTheSpaceTestFails) {
+  // A pipe can't seek: both messages of the space test, and the pixels still go out.
+  int fds[2];
+  ASSERT_EQ(pipe(fds), 0);
+  std::string path = "/proc/self/fd/" + std::to_string(fds[1]);
+  unsigned char px[3] = {'a', 'b', 'c'};
+  float f = 1.0f;
+  CaptureStderr();
+  EXPECT_EQ(writePNM(path.c_str(), "P6", 1, 1, 255, px), 1);
+  EXPECT_EQ(writePFM(path.c_str(), "PF", 1, 1, 2.0f, &f), 1);
+  EXPECT_EQ(GetCapturedStderr(),
+            "Disk Full? Failed to fseek in write_pnm.\n\nDisaster? Failed to fseek back.\n\n"
+            "Disk Full? Failed to fseek in write_pnm.\n\nDisaster? Failed to fseek back.\n\n");
+  close(fds[1]);
+  char buf[128];
+  ssize_t n = read(fds[0], buf, sizeof buf);
+  close(fds[0]);
+  EXPECT_EQ(std::string(buf, n > 0 ? n : 0),
+            std::string("P6\n1 1\n255\nabcPF\n1 1\n2.000000\n\x3F\x80\x00\x00", 34));
+}
+
 TEST(PNMWrite, PreAllocateKeepsThePosition) {
   TempDir dir;
   FILE* f = fopen(dir.file("p").c_str(), "wb");

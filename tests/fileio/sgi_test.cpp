@@ -194,8 +194,34 @@ TEST(SGI, DamagedRunLengthFilesAreSafe) {
     if (px) free(px);
     px = read_texture(dir.file("d.sgi").c_str(), &w, &h, &c);
     if (px) free(px);
-    SUCCEED() << name;
   }
+  // The packet cases decode as far as the bytes go, and no further than the row.
+  auto firstRow = [&](const Bytes& file) {
+    writeFile(dir.file("p.sgi"), file);
+    ImageRec* img = ImageOpen(dir.file("p.sgi").c_str());
+    std::vector<unsigned char> row(4 + 4, '-');
+    if (img) ImageGetRow(img, row.data(), 0, 0);
+    ImageClose(img);
+    return bytes(row.data(), row.size());
+  };
+  EXPECT_EQ(firstRow(sgiRLE(4, 1, 1,
+                            {Bytes("\x82"
+                                   "ab"
+                                   "\x82"
+                                   "cd"
+                                   "\x82",
+                                   7)})),
+            "abcd----");
+  EXPECT_EQ(firstRow(sgiRLE(4, 1, 1, {Bytes("\x05", 1)})), "--------");
+  EXPECT_EQ(firstRow(sgiRLE(4, 1, 1,
+                            {Bytes("\x90"
+                                   "ab",
+                                   3)})),
+            "ab------");
+  // A row size far beyond the row buffer is cut to it; the row still decodes.
+  EXPECT_EQ(firstRow(big), "qqqq----");
+  // A negative row size reads nothing.
+  EXPECT_EQ(firstRow(neg), "--------");
   // Of these, the header and table cuts and the file without channels give nothing.
   writeFile(dir.file("d.sgi"), good.substr(0, 515));
   int w, h, c;
@@ -221,16 +247,51 @@ TEST(SGI, RowOutsideTheImageIsLeftAlone) {
 
 TEST(SGI, MoreThanFourChannelsReadAsFourWithTheFileStride) {
   TempDir dir;
-  // 2 x 1 pixels, 5 planes, verbatim: plane z holds bytes 'a'+z and 'A'+z.
+  // 2 x 2 pixels, 5 planes, verbatim: row y of plane z holds bytes 'a'+z and 'A'+z, plus 10 y.
   Bytes planes;
-  for (int z = 0; z < 5; z++) planes += Bytes{static_cast<char>('a' + z), static_cast<char>('A' + z)};
-  writeFile(dir.file("5.sgi"), sgiHeader(2, 1, 5, false) + planes);
+  for (int z = 0; z < 5; z++)
+    for (int y = 0; y < 2; y++)
+      planes += Bytes{static_cast<char>('a' + z + 10 * y), static_cast<char>('A' + z + 10 * y)};
+  writeFile(dir.file("5.sgi"), sgiHeader(2, 2, 5, false) + planes);
   int w, h, c;
   unsigned char* px = read_sgi(dir.file("5.sgi").c_str(), &w, &h, &c);
   ASSERT_NE(px, nullptr);
   EXPECT_EQ(c, 5);
+  // Four bytes a pixel packed, but each row starts 2 x 5 bytes after the last.
   EXPECT_EQ(bytes(px, 8), "abcdABCD");
+  EXPECT_EQ(bytes(px + 10, 8), "klmnKLMN");
   free(px);
+  px = read_texture(dir.file("5.sgi").c_str(), &w, &h, &c);
+  ASSERT_NE(px, nullptr);
+  EXPECT_EQ(c, 5);
+  EXPECT_EQ(bytes(px, 16), "abcdABCDklmnKLMN");
+  free(px);
+}
+
+TEST(SGI, VerbatimShortReadIsNotNoticed) {
+  TempDir dir;
+  // 4 x 2, one plane, the second row cut to two bytes: the row buffer keeps the rest of row 0.
+  writeFile(dir.file("s.sgi"), sgiHeader(4, 2, 1, false) + "abcd" + "ef");
+  int w, h, c;
+  unsigned char* px = read_sgi(dir.file("s.sgi").c_str(), &w, &h, &c);
+  ASSERT_NE(px, nullptr);
+  EXPECT_EQ(bytes(px, 8), "abcdefcd");
+  free(px);
+}
+
+TEST(SGI, VerbatimRowsAreSoughtByTheirOffsetAlone) {
+  TempDir dir;
+  // Row y of plane z at 512 + y xsize + z xsize ysize, with no check against the image:
+  // row 2 of plane 0 of a 4 x 2 image is the bytes behind it, where plane 1 would begin.
+  writeFile(dir.file("v.sgi"), sgiHeader(4, 2, 1, false) + "abcd" + "efgh" + "ijkl");
+  ImageRec* img = ImageOpen(dir.file("v.sgi").c_str());
+  ASSERT_NE(img, nullptr);
+  unsigned char row[4] = {'-', '-', '-', '-'};
+  ImageGetRow(img, row, 2, 0);
+  EXPECT_EQ(bytes(row, 4), "ijkl");
+  ImageGetRow(img, row, 0, 1);
+  EXPECT_EQ(bytes(row, 4), "ijkl");
+  ImageClose(img);
 }
 
 TEST(SGI, ReadTextureGivesFourBytesPerPixel) {
@@ -413,6 +474,21 @@ TEST(TexturePNM, ReadsP6AndP5TopRowFirst) {
   free(px);
 }
 
+TEST(TexturePNM, LinesAreReadWithA255ByteLimit) {
+  TempDir dir;
+  int w, h, c;
+  // A comment that fits is skipped.
+  writeFile(dir.file("a.pgm"), "# " + Bytes(200, 'x') + "\nP5\n1 1\n255\nQ");
+  unsigned char* px = read_pnm(dir.file("a.pgm").c_str(), &w, &h, &c);
+  ASSERT_NE(px, nullptr);
+  EXPECT_EQ(px[0], 'Q');
+  free(px);
+  // A longer one is read in two pieces; the second doesn't begin with '#' and is taken for
+  // the first line, which isn't "P5" or "P6".
+  writeFile(dir.file("b.pgm"), "# " + Bytes(300, 'x') + "\nP5\n1 1\n255\nQ");
+  EXPECT_EQ(read_pnm(dir.file("b.pgm").c_str(), &w, &h, &c), nullptr);
+}
+
 TEST(TexturePNM, TextFormatsAreRejectedByTheirFirstLine) {
   TempDir dir;
   writeFile(dir.file("p3.ppm"), "P3\n1 1\n255\n1 2 3\n");
@@ -462,11 +538,51 @@ TEST(TexturePNM, IntoTheCallersBuffer) {
 TEST(TexturePNM, DamagedSizesAreRefused) {
   TempDir dir;
   int w, h, c;
-  for (const char* f : {"P6\n100 100\n255\nabc", "P6\n-1 5\n255\nabcdefghijklmnop", "P6\n0 3\n255\nabc",
-                        "P6\n70000 70000\n255\nabc", "P6\n1 1\n", "P6\n", "P5"}) {
+  for (const char* f :
+       {"P6\n-1 5\n255\nabcdefghijklmnop", "P6\n5 -1\n255\nabc", "P6\n70000 70000\n255\nabc", "P6\n", "P5"}) {
     writeFile(dir.file("d.ppm"), f);
+    unsigned char buf[4] = {'-', '-', '-', '-'};
     EXPECT_EQ(read_pnm(dir.file("d.ppm").c_str(), &w, &h, &c), nullptr) << f;
+    EXPECT_EQ(read_pnm_tobuf(dir.file("d.ppm").c_str(), &w, &h, &c, buf), nullptr) << f;
+    EXPECT_EQ(bytes(buf, 4), "----") << f;
   }
+}
+
+TEST(TexturePNM, ShortReadIsNotNoticed) {
+  TempDir dir;
+  int w = 0, h = 0, c = 0;
+  // Pixels cut short: the bytes that are there arrive, and the buffer's tail keeps what it held.
+  writeFile(dir.file("s.ppm"), "P6\n2 2\n255\nabcde");
+  unsigned char buf[14];
+  memset(buf, '-', sizeof buf);
+  EXPECT_EQ(read_pnm_tobuf(dir.file("s.ppm").c_str(), &w, &h, &c, buf), buf);
+  EXPECT_EQ(w, 2);
+  EXPECT_EQ(h, 2);
+  EXPECT_EQ(c, 3);
+  EXPECT_EQ(bytes(buf, 14), "abcde---------");
+  unsigned char* px = read_pnm(dir.file("s.ppm").c_str(), &w, &h, &c);
+  ASSERT_NE(px, nullptr);
+  EXPECT_EQ(bytes(px, 5), "abcde");
+  free(px);
+  // A header promising far more than the file holds reads the same way.
+  writeFile(dir.file("b.ppm"), "P6\n100 100\n255\nabc");
+  px = read_pnm(dir.file("b.ppm").c_str(), &w, &h, &c);
+  ASSERT_NE(px, nullptr);
+  EXPECT_EQ(w, 100);
+  EXPECT_EQ(bytes(px, 3), "abc");
+  free(px);
+  // No maximum line and no pixels: nothing is read into the caller's buffer.
+  writeFile(dir.file("n.ppm"), "P6\n1 1\n");
+  memset(buf, '-', sizeof buf);
+  EXPECT_EQ(read_pnm_tobuf(dir.file("n.ppm").c_str(), &w, &h, &c, buf), buf);
+  EXPECT_EQ(bytes(buf, 3), "---");
+  // An image of no pixels is an empty buffer, not a failure.
+  writeFile(dir.file("z.pgm"), "P5\n0 3\n255\n");
+  px = read_pnm(dir.file("z.pgm").c_str(), &w, &h, &c);
+  EXPECT_NE(px, nullptr);
+  EXPECT_EQ(w, 0);
+  EXPECT_EQ(h, 3);
+  free(px);
 }
 
 TEST(TexturePNM, WritePnmAndImageMagick) {

@@ -131,6 +131,22 @@ TEST(Utility, FloatToImage) {
   free(img);
 }
 
+TEST(Utility, FloatToImageScalesInSinglePrecision) {
+  // The ratio is a float: 155, where the same values scaled in double precision give 154.
+  float f[] = {0x1.f52492p+6f, 0x1.9c5faap+9f, 0x1.3ecd6ep+10f};
+  unsigned char* img = floatToImage(f, 3, 2000);
+  ASSERT_NE(img, nullptr);
+  EXPECT_EQ(img[0], 0);
+  EXPECT_EQ(img[1], 155);
+  EXPECT_EQ(img[2], 254);
+  free(img);
+  double d[] = {0x1.f52492p+6, 0x1.9c5faap+9, 0x1.3ecd6ep+10};
+  img = doubleToImage(d, 3, 2000);
+  ASSERT_NE(img, nullptr);
+  EXPECT_EQ(img[1], 154);
+  free(img);
+}
+
 TEST(Utility, FloatToImageOfEqualValuesDividesByZero) {
   // max == min: (v - min) / 0 is NaN, unguarded; it comes out as 0. Values above the cut
   // still become 255.
