@@ -367,6 +367,9 @@ int tarnwickMain(int argc, char** argv) {
   if (!gluiCreatePtr && useSubGLUI) glutReshapeWindow(winW, winH);
   if (gluiCreatePtr) gluiCreatePtr();
   if (fullScreen) {
+    // GLUT carries out a size asked for before the switch (the panel hook sizes the window)
+    // after it, which would undo full screen: the pending size becomes the screen's first.
+    if (maxW > 0 && maxH > 0) glutReshapeWindow(maxW, maxH);
     glutFullScreen();
     useSubGLUI = 0;
   }

@@ -170,7 +170,7 @@ void drawSphereGrid(int gridType, int detail);
 
 // The pure parts of the drawings, for those who need the numbers without drawing.
 // Alphas of the 15, 5 and 2.5 degree spheres of a grid with line alpha a at a field of view;
-// a sphere that isn't drawn gets a negative "drawn" flag.
+// a sphere that isn't drawn has its "drawn" flag at 0.
 struct GridSphereAlphas {
   int drawn[3];
   float alpha[3];

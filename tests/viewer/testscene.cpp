@@ -34,6 +34,8 @@ int renderCount = 0;
 int pickCount = 0;
 int dumping = 0;
 int panelChanges = 0;
+// What the scene found when it started.
+int initWinW = 0, initWinH = 0, initUseSubGLUI = -1;
 
 void writeState() {
   if (statePath.empty()) return;
@@ -84,6 +86,7 @@ void writeState() {
   fprintf(f, "maxW %d\nmaxH %d\n", maxW, maxH);
   fprintf(f, "objArgc %d\n", objArgc);
   fprintf(f, "basedir %s\n", basedir);
+  fprintf(f, "initWinW %d\ninitWinH %d\ninitUseSubGLUI %d\n", initWinW, initWinH, initUseSubGLUI);
   fprintf(f, "title %s\n", titleStr);
   fclose(f);
   rename(tmp.c_str(), statePath.c_str());
@@ -129,6 +132,9 @@ void createPanel() {
 }  // namespace
 
 int initScene(int argc, char** argv) {
+  initWinW = winW;
+  initWinH = winH;
+  initUseSubGLUI = useSubGLUI;
   std::vector<int> items;
   int useEye = 0;
   double eye[3] = {0, 0, 0};

@@ -360,6 +360,30 @@ TEST_F(ViewerDraw, UnitCubeAndPowerCubes) {
   EXPECT_NE(parsecs.rgb, powers.rgb);
 }
 
+TEST_F(ViewerDraw, UnitCubeLabelIsGreyAndAsLongAsItsText) {
+  // The edges are yellow, with no blue; the label is grey. "1 m" for the power 0, and
+  // "10^-12m" otherwise, more than twice as long.
+  View view = initView();
+  view.viewPos = PHCoord{-3, 0, 0, 0};
+  resetView(&view);
+  int labelPixels[2];
+  int i = 0;
+  for (int power : {0, -12}) {
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    glPushMatrix();
+    glScaled(0.5, 0.5, 0.5);
+    drawUnitCube(power, 1.0f, "m");
+    glPopMatrix();
+    Picture pic;
+    int n = 0;
+    for (size_t k = 0; k < pic.rgb.size(); k += 3)
+      if (pic.rgb[k + 2] > 40) ++n;
+    labelPixels[i++] = n;
+  }
+  EXPECT_GT(labelPixels[0], 20);
+  EXPECT_GT(labelPixels[1], 2 * labelPixels[0]);
+}
+
 TEST_F(ViewerDraw, RectangleFillsItsPartFromTheTop) {
   const float fill[4] = {1, 0, 0, 1}, line[4] = {0, 1, 0, 1};
   draw2DRectAt(0.25f, 0.0f, 0.5f, 0.25f, fill, 1, line);
@@ -393,6 +417,125 @@ TEST_F(ViewerDraw, TwoDimensionalTextCountsFromTheTop) {
   GLint func;
   glGetIntegerv(GL_DEPTH_FUNC, &func);
   EXPECT_EQ(func, GL_LESS);
+}
+
+namespace {
+
+// Leftmost and rightmost lit column of a picture; -1 and -1 if nothing is lit.
+void litColumns(const Picture& pic, int* left, int* right) {
+  *left = *right = -1;
+  for (int x = 0; x < 256; ++x)
+    for (int y = 0; y < 256; ++y)
+      if (pic.at(x, y)[0] > 50) {
+        if (*left < 0) *left = x;
+        *right = x;
+        break;
+      }
+}
+
+}  // namespace
+
+TEST_F(ViewerDraw, TwoDimensionalTextAlignmentAndPadding) {
+  // At x = 0.5, the middle column 128: alignment 0 ends there, 1 starts there, 2 is centred.
+  int left[3], right[3];
+  for (int alignment = 0; alignment < 3; ++alignment) {
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    glColor3f(1, 1, 1);
+    draw2DTextAt("HIH", 0.5f, 0.5f, 0.001f, alignment, 0);
+    litColumns(Picture(), &left[alignment], &right[alignment]);
+    ASSERT_GE(left[alignment], 0) << alignment;
+  }
+  EXPECT_LE(right[0], 129);
+  EXPECT_LT(left[0], 110);
+  EXPECT_GE(left[1], 127);
+  EXPECT_GT(right[1], 146);
+  EXPECT_NEAR(128 - left[2], right[2] - 128, 4);
+  EXPECT_NEAR(right[0] - left[0], right[1] - left[1], 2);
+  // Two pad characters move the start on by two widths of "-".
+  glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+  glColor3f(1, 1, 1);
+  draw2DTextAt("HIH", 0.5f, 0.5f, 0.001f, 1, 2);
+  int padLeft, padRight;
+  litColumns(Picture(), &padLeft, &padRight);
+  const double shift = 2 * glutStrokeWidth(GLUT_STROKE_ROMAN, '-') * 0.001 * 256;
+  EXPECT_NEAR(padLeft - left[1], shift, 1.5);
+  EXPECT_NEAR(padRight - right[1], shift, 1.5);
+}
+
+TEST_F(ViewerDraw, TwoDimensionalTextBlankIsItsOwnWidth) {
+  // A blank is a step of scale times 200000 units in the scaled frame: here 0.2 of the
+  // width, about 51 pixels, where the font's own blank would be about 27.
+  glColor3f(1, 1, 1);
+  draw2DTextAt("I", 0.3f, 0.5f, 0.001f, 1, 0);
+  int l1, r1;
+  litColumns(Picture(), &l1, &r1);
+  glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+  draw2DTextAt("I I", 0.3f, 0.5f, 0.001f, 1, 0);
+  int l2, r2;
+  litColumns(Picture(), &l2, &r2);
+  ASSERT_GE(l1, 0);
+  EXPECT_EQ(l2, l1);
+  const double step = (glutStrokeWidth(GLUT_STROKE_ROMAN, 'I') * 0.001 + 0.001 * 200000.0 * 0.001) * 256;
+  EXPECT_NEAR(r2 - r1, step, 1.5);
+}
+
+TEST_F(ViewerDraw, BillboardTextAlignmentAndPadding) {
+  // Eye units at distance 2 with a field of view of 60: 128 / (2 tan 30) pixels each.
+  const double pixels = 128.0 / (2.0 * std::tan(30.0 * M_PI / 180.0));
+  int left[3], right[3];
+  for (int alignment = 0; alignment < 3; ++alignment) {
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+    glTranslated(0, 0, -2);
+    glColor3f(1, 1, 1);
+    drawBillboardText("W W", 0.002f, alignment, 0);
+    litColumns(Picture(), &left[alignment], &right[alignment]);
+    ASSERT_GE(left[alignment], 0) << alignment;
+  }
+  // The width counts a blank as a "-": three characters of the monospaced font.
+  const double width = 3 * glutStrokeWidth(GLUT_STROKE_MONO_ROMAN, '-') * 0.002 * pixels;
+  EXPECT_LE(right[0], 129);
+  EXPECT_NEAR(left[0], 128 - width, 12);
+  EXPECT_GE(left[1], 127);
+  EXPECT_NEAR(right[1], 128 + width, 12);
+  EXPECT_NEAR(128 - left[2], right[2] - 128, 4);
+  glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+  glLoadIdentity();
+  glTranslated(0, 0, -2);
+  drawBillboardText("W W", 0.002f, 1, 2);
+  int padLeft, padRight;
+  litColumns(Picture(), &padLeft, &padRight);
+  const double shift = 2 * glutStrokeWidth(GLUT_STROKE_MONO_ROMAN, '-') * 0.002 * pixels;
+  EXPECT_NEAR(padLeft - left[1], shift, 1.5);
+  GLint func;
+  glGetIntegerv(GL_DEPTH_FUNC, &func);
+  EXPECT_EQ(func, GL_LESS);
+}
+
+TEST_F(ViewerDraw, GridsAreDrawnInTheirColours) {
+  // Lines and labels of each grid share the order of their channels: the galactic grid is
+  // cyan, the equatorial one red, the supergalactic one blue.
+  setFovy(60.0);
+  for (int type : {1, 2, 3}) {
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    drawSphereGrid(type, 1);
+    Picture pic;
+    double sum[3] = {0, 0, 0};
+    for (size_t i = 0; i < pic.rgb.size(); i += 3)
+      for (int c = 0; c < 3; ++c) sum[c] += pic.rgb[i + c];
+    ASSERT_GT(sum[0] + sum[1] + sum[2], 0) << type;
+    if (type == 2) {
+      EXPECT_GT(sum[1], 1.3 * sum[0]);
+      EXPECT_NEAR(sum[1], sum[2], 0.05 * sum[1]);
+    } else if (type == 1) {
+      EXPECT_GT(sum[0], 1.2 * sum[1]);
+      EXPECT_NEAR(sum[1], sum[2], 0.05 * sum[1]);
+    } else {
+      EXPECT_GT(sum[2], 1.15 * sum[0]);
+      EXPECT_NEAR(sum[0], sum[1], 0.05 * sum[0]);
+    }
+  }
 }
 
 TEST_F(ViewerDraw, BillboardTextFacesTheViewer) {

@@ -18,6 +18,7 @@
 
 #include "tests/support/testutil.h"
 #include "tests/support/xvfb.h"
+#include "tests/viewer/usage_text.h"
 
 namespace {
 
@@ -27,25 +28,6 @@ std::string scene() {
   return testsupport::binaryDir() + "/viewer_testscene";
 }
 
-const char* kUsage =
-    "\n\n"
-    "Usage: velmora <options> <obj model> <list of other obj model(s)>\n"
-    "\n"
-    "  <options> can be:\n"
-    "    -s1 to -s8  : VMag star to show (default: -s6 and up to 8)\n"
-    "    -tex <file> : specifiy particular All.texture for Milky Way textures\n"
-    "                  (default: Images/ALL.texture)\n"
-    "    -notex      : no Milky Way texture\n"
-    "    -fullscreen : to set fullscreen mode\n"
-    "    -h or -?    : this help menu\n"
-    "\n"
-    "  <obj model> is the obj model to align against the sky\n"
-    "\n"
-    "  <list of other obj model(s)>\n"
-    "     allows users to specify more obj models as fixed objects\n"
-    "     on the sky for alignment reference\n"
-    "\n";
-
 void pause(int ms) {
   std::this_thread::sleep_for(std::chrono::milliseconds(ms));
 }
@@ -53,10 +35,12 @@ void pause(int ms) {
 // One run of the test scene on its own X server.
 class SceneRun {
  public:
-  // The arguments go behind the model's name, or with argsFirst before it.
-  explicit SceneRun(const std::vector<std::string>& args, bool argsFirst = false) {
+  // The arguments go behind the model's name, or with argsFirst before it. With
+  // viaSearchPath the program is started by its bare name, found through PATH.
+  explicit SceneRun(const std::vector<std::string>& args, bool argsFirst = false, bool viaSearchPath = false)
+      : viaSearchPath_(viaSearchPath) {
     statePath_ = dir_.file("state");
-    all_ = {scene()};
+    all_ = {viaSearchPath ? std::string("viewer_testscene") : scene()};
     if (argsFirst) all_.insert(all_.end(), args.begin(), args.end());
     all_.insert(all_.end(), {"model.obj", "-state", statePath_});
     if (!argsFirst) all_.insert(all_.end(), args.begin(), args.end());
@@ -187,12 +171,16 @@ class SceneRun {
     pid_ = fork();
     if (pid_ == 0) {
       setenv("DISPLAY", server_->display().c_str(), 1);
+      if (viaSearchPath_) {
+        const char* path = getenv("PATH");
+        setenv("PATH", (testsupport::binaryDir() + ":" + (path ? path : "/usr/bin:/bin")).c_str(), 1);
+      }
       if (!freopen(dir_.file("out").c_str(), "w", stdout)) _exit(126);
       if (!freopen(dir_.file("err").c_str(), "w", stderr)) _exit(126);
       std::vector<char*> argv;
       for (auto& a : all_) argv.push_back(const_cast<char*>(a.c_str()));
       argv.push_back(nullptr);
-      execv(argv[0], argv.data());
+      execvp(argv[0], argv.data());
       _exit(127);
     }
   }
@@ -205,6 +193,7 @@ class SceneRun {
     server_.reset();
   }
 
+  bool viaSearchPath_;
   std::vector<std::string> all_;
   std::unique_ptr<testsupport::XvfbServer> server_;
   TempDir dir_;
@@ -259,7 +248,7 @@ int brightest(const std::string& rgb, int w, int h, int x, int y, int r, int cha
 TEST(ViewerProgram, NoArgumentPrintsUsageAndEndsWithOne) {
   auto r = testsupport::run(scene());
   EXPECT_EQ(r.status, 1);
-  EXPECT_EQ(r.err, kUsage);
+  EXPECT_EQ(r.err, kUsageText);
   EXPECT_EQ(r.out, "");
 }
 
@@ -267,7 +256,7 @@ TEST(ViewerProgram, AnyFirstArgumentBeginningWithDashHOrQuestionMark) {
   for (const char* arg : {"-h", "-help", "-hx", "'-?'", "'-?whatever'"}) {
     auto r = testsupport::run(scene() + " " + arg + " model.obj");
     EXPECT_EQ(r.status, 1) << arg;
-    EXPECT_EQ(r.err, kUsage) << arg;
+    EXPECT_EQ(r.err, kUsageText) << arg;
   }
 }
 
@@ -364,10 +353,15 @@ TEST(ViewerProgram, SensitivityKeys) {
 }
 
 TEST(ViewerProgram, FullscreenAsFirstArgumentFillsTheScreen) {
-  SceneRun run({"-fullscreen"}, true);
+  // The scene asks for a panel inside the window; full screen mode keeps that off.
+  SceneRun run({"-fullscreen", "-panel"}, true);
   REQUIRE_RUN(run);
-  auto st = run.stateWhen([](auto& v) { return v["viewport"].size() == 4 && v["viewport"][2] > 256; });
+  auto st = run.stateWhen([](auto& v) { return v["viewport"].size() == 4 && v["viewport"][2] == 1280; });
   EXPECT_EQ(st["fullScreen"][0], 1);
+  // The scene starts with one less than the screen in each direction, and no panel inside.
+  EXPECT_EQ(st["initWinW"][0], 1279);
+  EXPECT_EQ(st["initWinH"][0], 1023);
+  EXPECT_EQ(st["initUseSubGLUI"][0], 0);
   EXPECT_EQ(st["useSubGLUI"][0], 0);
   EXPECT_EQ(st["viewport"][2], 1280);
   EXPECT_EQ(st["viewport"][3], 1024);
@@ -375,12 +369,25 @@ TEST(ViewerProgram, FullscreenAsFirstArgumentFillsTheScreen) {
   EXPECT_EQ(run.waitExit(), 0);
 }
 
-TEST(ViewerProgram, FullscreenFurtherOnOpensANormalWindow) {
-  SceneRun run({"-fullscreen"});
+TEST(ViewerProgram, StartedThroughTheSearchPathItsBaseDirIsDotSlash) {
+  SceneRun run({}, false, true);
   REQUIRE_RUN(run);
-  auto st = run.readyState();
+  run.readyState();
+  EXPECT_EQ(run.text("basedir"), "./");
+  run.key("q");
+  EXPECT_EQ(run.waitExit(), 0);
+}
+
+TEST(ViewerProgram, FullscreenFurtherOnOpensANormalWindowWithItsPanel) {
+  SceneRun run({"-fullscreen", "-panel"});
+  REQUIRE_RUN(run);
+  auto st = run.stateWhen([](auto& v) { return v["viewport"].size() == 4 && v["viewport"][2] == 256; });
   EXPECT_EQ(st["fullScreen"][0], 0);
+  EXPECT_EQ(st["initWinW"][0], 256);
+  EXPECT_EQ(st["initWinH"][0], 256);
+  EXPECT_EQ(st["useSubGLUI"][0], 1);
   EXPECT_EQ(st["viewport"][2], 256);
+  EXPECT_EQ(st["viewport"][3], 256);
   run.key("q");
   EXPECT_EQ(run.waitExit(), 0);
 }
@@ -538,6 +545,7 @@ TEST(ViewerProgram, PanelBesideThePictureTakesEventsFirst) {
   pause(300);
   st = run.state();
   EXPECT_EQ(st["currAspect"][0], 1.0);
+  EXPECT_EQ(st["frameNum"][0], -1.0);  // no movie: it stays so for the whole run
   run.xdo("mousemove --window " + w + " 330 200 key q");
   EXPECT_EQ(run.waitExit(), 0);
 }

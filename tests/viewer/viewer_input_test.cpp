@@ -5,6 +5,8 @@
 
 #include <cfloat>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 
 #include "coords/math3D.h"
@@ -90,6 +92,10 @@ void expectMatrix(const double got[16], const double want[16], double eps = 1e-6
 // GLUT gives y from the top; the framework turns it over with winH.
 int glutY(int y) {
   return winH - 1 - y;
+}
+
+int consumeMouse(int, int, int, int) {
+  return 1;
 }
 
 }  // namespace
@@ -259,6 +265,25 @@ TEST_F(ViewerInput, InfoKeyPrintsTheView) {
   testing::internal::CaptureStderr();
   keyboard('i', 0, 0);
   std::string err = testing::internal::GetCapturedStderr();
+  // The whole text, its parts in their order: the view, both matrices and the viewport.
+  double m[16], p[16];
+  glGetDoublev(GL_MODELVIEW_MATRIX, m);
+  glGetDoublev(GL_PROJECTION_MATRIX, p);
+  View view = frmMatToView(m);
+  char* text = nullptr;
+  size_t size = 0;
+  FILE* expected = open_memstream(&text, &size);
+  ASSERT_NE(expected, nullptr);
+  fprintf(expected, "\nCurrent View\n");
+  printView(expected, &view);
+  fprintf(expected, "Modelview:\n");
+  printMat(expected, "%7.3f", m, 4, 4);
+  fprintf(expected, "Projection:\n");
+  printMat(expected, "%7.3f", p, 4, 4);
+  fprintf(expected, "Viewport: 0 0 256 256\n");
+  fclose(expected);
+  EXPECT_EQ(err, std::string(text, size));
+  free(text);
   EXPECT_EQ(err.rfind("\nCurrent View\nviewPos   = ", 0), 0u) << err;
   EXPECT_NE(err.find("viewDir   = 1.00000 "), std::string::npos) << err;
   EXPECT_NE(err.find("viewUp    = 0.00000 0.00000 1.00000\n"), std::string::npos);
@@ -289,6 +314,48 @@ TEST_F(ViewerInput, ArrowKeysUpAndDownChangeTheLogScale) {
   EXPECT_EQ(frameNum, -1.0);
 }
 
+namespace {
+int specKeysSeen = 0;
+int consumeSpecKeys(int, int, int) {
+  ++specKeysSeen;
+  return 1;
+}
+int passSpecKeys(int, int, int) {
+  ++specKeysSeen;
+  return 0;
+}
+int passiveX = -1, passiveY = -1;
+int seePassive(int x, int y) {
+  passiveX = x;
+  passiveY = y;
+  return 1;
+}
+}  // namespace
+
+TEST_F(ViewerInput, SpecialKeyHookComesFirstAndMayConsumeTheKey) {
+  specKeysSeen = 0;
+  specKeyCBFuncPtr = consumeSpecKeys;
+  specKey(GLUT_KEY_UP, 0, 0);
+  EXPECT_EQ(currLogScale, 0.0);
+  specKeyCBFuncPtr = passSpecKeys;
+  specKey(GLUT_KEY_UP, 0, 0);
+  EXPECT_NEAR(currLogScale, 0.02, 1e-15);
+  EXPECT_EQ(specKeysSeen, 2);
+  specKeyCBFuncPtr = nullptr;
+}
+
+TEST_F(ViewerInput, PassiveMotionGoesToItsHookAsItCame) {
+  passive(10, 20);  // no hook: nothing happens
+  passiveCBFuncPtr = seePassive;
+  passive(12, 34);
+  EXPECT_EQ(passiveX, 12);
+  EXPECT_EQ(passiveY, 34);  // not turned over
+  passiveCBFuncPtr = nullptr;
+  double got[16];
+  modelview(got);
+  expectMatrix(got, start);
+}
+
 // ---- Drags --------------------------------------------------------------------------------
 
 TEST_F(ViewerInput, LeftDragRollsTheBallAboutTheModelOrigin) {
@@ -312,6 +379,37 @@ TEST_F(ViewerInput, LeftDragRollsTheBallAboutTheModelOrigin) {
   EXPECT_EQ(preMouse2X, 100);
   EXPECT_EQ(preMouseX, 130);
   EXPECT_EQ(preMouseY, 140);
+}
+
+TEST_F(ViewerInput, ControlLeftDragWithoutAMovieRollsTheBall) {
+  glLoadIdentity();
+  glTranslated(0.5, -0.25, -3.0);
+  double m0[16];
+  modelview(m0);
+  mouse(GLUT_LEFT_BUTTON, GLUT_DOWN, 100, glutY(100));
+  mouseModifiers = GLUT_ACTIVE_CTRL;
+  motion(100, glutY(90));  // dy -10 -> axis (10, 0, 0), about the model's origin
+  double got[16], t[16], r[16], tn[16], a[16], b[16], want[16];
+  modelview(got);
+  rotation(10 * 0.5 * 60.0 / 90.0, 1, 0, 0, r);
+  translation(0.5, -0.25, -3.0, t);
+  translation(-0.5, 0.25, 3.0, tn);
+  mul(t, r, a);
+  mul(a, tn, b);
+  mul(b, m0, want);
+  expectMatrix(got, want);
+  EXPECT_EQ(frameNum, -1.0);
+}
+
+TEST_F(ViewerInput, MouseEventClearsTheLightLineOfTheMouse) {
+  showLightDirMouse = 1;
+  mouseCBFuncPtr = consumeMouse;
+  mouse(GLUT_LEFT_BUTTON, GLUT_DOWN, 100, glutY(100));
+  EXPECT_EQ(showLightDirMouse, 1);  // the scene took the event
+  mouseCBFuncPtr = nullptr;
+  mouse(GLUT_LEFT_BUTTON, GLUT_UP, 100, glutY(100));
+  EXPECT_EQ(showLightDirMouse, 0);
+  EXPECT_EQ(mouseButton, 0);
 }
 
 TEST_F(ViewerInput, AltLeftDragRollsAboutTheEye) {
@@ -450,6 +548,8 @@ TEST_F(ViewerInput, QuickReleaseThrowsASpin) {
   EXPECT_EQ(idleRot_nz, 0.0f);
   EXPECT_EQ(idleRot_angle, FLT_MAX);
   EXPECT_GE(idleRot_speed, 1.0f);
+  // 40 pixels times 0.2 over at least a thousandth of a second, by 100.
+  EXPECT_LE(idleRot_speed, (float)(40 * 0.2 / 0.001 / 100.0));
   // The spin turns the model about its origin in idle.
   double before[16];
   modelview(before);
@@ -487,12 +587,15 @@ TEST_F(ViewerInput, ReleaseAfterAnIdleCallStartsNoSpin) {
 }
 
 TEST_F(ViewerInput, TooSlowAThrowStartsNothing) {
+  idleRot_speed = -1.0f;  // the release computes it anew
   mouse(GLUT_LEFT_BUTTON, GLUT_DOWN, 100, glutY(100));
   motion(101, glutY(100));
   burnProcessorTime(0.1);  // 1 pixel in 0.1 s: 0.02 degrees per second
   mouse(GLUT_LEFT_BUTTON, GLUT_UP, 101, glutY(100));
   EXPECT_EQ(idleRotModel, 0);
   EXPECT_LT(idleRot_speed, 1.0f);
+  EXPECT_GT(idleRot_speed, 0.0f);
+  EXPECT_LE(idleRot_speed, (float)(1 * 0.2 / 0.1 / 100.0));
 }
 
 TEST_F(ViewerInput, NoThrowWithAModifierOrAnotherButtonHeld) {
@@ -523,6 +626,37 @@ TEST_F(ViewerInput, ViewSpinRunsOutItsAngle) {
   rotation(30, 0, 0, 1, r);
   mul(r, start, want);
   expectMatrix(got, want, 1e-6);
+}
+
+TEST_F(ViewerInput, ViewSpinAroundTheOriginIsFramedByTheTranslation) {
+  glLoadIdentity();
+  glTranslated(1, 0, -5);
+  double m0[16];
+  modelview(m0);
+  idleRotView = 1;
+  idleRot_nx = 0;
+  idleRot_ny = 1;
+  idleRot_nz = 0;
+  idleRot_speed = 1e6f;
+  idleRot_angle = 20.0f;
+  idleRot_aroundOrigin = 1;
+  idleRot_time = myTime();
+  burnProcessorTime(0.01);
+  idle();
+  idleRot_aroundOrigin = 0;
+  EXPECT_EQ(idleRotView, 0);
+  double got[16], t[16], r[16], tn[16], a[16], b[16], want[16];
+  modelview(got);
+  translation(1, 0, -5, t);
+  rotation(20, 0, 1, 0, r);
+  translation(-1, 0, 5, tn);
+  mul(t, r, a);
+  mul(a, tn, b);
+  mul(b, m0, want);
+  expectMatrix(got, want, 1e-5);
+  // The model's origin stays where it was in eye coordinates.
+  EXPECT_NEAR(got[12], 1, 1e-5);
+  EXPECT_NEAR(got[14], -5, 1e-5);
 }
 
 TEST_F(ViewerInput, ObjectSpinKeepsItsPointFixed) {
