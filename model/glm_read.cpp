@@ -87,9 +87,8 @@ Corner parseCorner(const char* word, FaceForm form) {
 }
 
 // Reads one further corner in the line's form; returns the number of fields read (EOF as -1).
-// Fields a short read doesn't reach stay 0, which the range test of pass 2 refuses.
+// A failing read leaves the fields as they stood, which the caller sets to the corner before.
 int readCorner(FILE* file, FaceForm form, Corner& c) {
-  c = Corner();
   switch (form) {
     case FaceForm::VN:
       return fscanf(file, "%d//%d", &c.v, &c.n);
@@ -110,11 +109,14 @@ void readFace(FILE* file, Emit emit) {
   char firstWord[kWord] = "";
   if (fscanf(file, "%127s", firstWord) != 1) firstWord[0] = '\0';
   FaceForm form = formOf(firstWord);
-  Corner a = parseCorner(firstWord, form), b, c;
+  // A first word without a number leaves its fields 0, which the range test of pass 2 refuses.
+  Corner a = parseCorner(firstWord, form);
+  Corner b = a;
   readCorner(file, form, b);
+  Corner c = b;
   readCorner(file, form, c);
   emit(form, a, b, c);
-  Corner next;
+  Corner next = c;
   while (readCorner(file, form, next) > 0) {
     // fan: first corner of the triangle before, its third corner, the new corner
     b = c;

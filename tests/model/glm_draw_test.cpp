@@ -400,6 +400,35 @@ TEST_F(GlmDraw, EmptyDefaultGroupIsSkipped) {
   EXPECT_EQ(m->groups->next->next->numtriangles, 0u);
   glmDraw(m, GLM_COLOR);
   EXPECT_EQ(at(16, 32).r, 255);
+  // a sorted draw makes the sort arrays of the groups it draws, and none for the empty one
+  glmDraw(m, GLM_COLOR | GLM_ZSORT);
+  EXPECT_NE(m->groups->sortKeys, nullptr);
+  EXPECT_NE(m->groups->next->sortKeys, nullptr);
+  EXPECT_EQ(m->groups->next->next->sortKeys, nullptr);
+  EXPECT_EQ(m->groups->next->next->sortedTriangles, nullptr);
+  glmDelete(m);
+}
+
+TEST_F(GlmDraw, FlatAndSmoothWithOnlyFacetNormalsDrawsFlat) {
+  writeFile(dir.file("w.mtl"), "newmtl white\nKd 1 1 1 1\nKa 0 0 0\n");
+  _GLMmodel* m = readText(dir, "w.obj",
+                          "mtllib w.mtl\nv -1 -1 0\nv 1 -1 0\nv 1 1 0\nv -1 1 0\nusemtl white\nf 1 2 3 4\n");
+  ASSERT_NE(m, nullptr);
+  glmFacetNormals(m);
+  glmFlipFaceNormals(m);  // the facet normals now face away from the light
+  setupLight();
+  glNormal3f(0, 0, 1);  // the current normal faces the light
+  // GLM_SMOOTH goes for want of vertex normals, so GLM_FLAT stays: the facet normals are sent
+  testing::internal::CaptureStdout();
+  glmDraw(m, GLM_MATERIAL | GLM_FLAT | GLM_SMOOTH);
+  std::string out = testing::internal::GetCapturedStdout();
+  EXPECT_EQ(out.find("assume smooth"), std::string::npos) << out;
+  EXPECT_LT(at(32, 32).r, 10);
+  // without a normal bit the square takes the current normal and is lit
+  glClear(GL_COLOR_BUFFER_BIT);
+  glmDraw(m, GLM_MATERIAL);
+  EXPECT_GT(at(32, 32).r, 240);
+  glDisable(GL_LIGHTING);
   glmDelete(m);
 }
 

@@ -271,3 +271,11 @@ TEST(GlmDrawMessages, ExhaustedMemoryEndsTheProcess) {
   EXPECT_EQ(r.status, 1);
   EXPECT_EQ(r.err, "Err: not enough memory!\n\n");
 }
+
+#ifndef NDEBUG
+TEST(GlmDrawMessagesDeathTest, EmptyModelIsAProgrammingError) {
+  _GLMmodel noVertices{};
+  EXPECT_DEATH(glmDraw(nullptr, GLM_NONE), "Assertion `model' failed");
+  EXPECT_DEATH(glmDrawOpacity(&noVertices, GLM_COLOR, 0.5), "Assertion `model->vertices' failed");
+}
+#endif

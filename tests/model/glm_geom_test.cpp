@@ -277,12 +277,23 @@ TEST(GlmGeom, VertexNormalsNeedFacetNormals) {
 TEST(GlmGeomDeathTest, AssertionsNameTheirPointer) {
   TempDir dir;
   _GLMmodel* m = readText(dir, "f.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
-  EXPECT_DEATH(glmVertexNormals(m, 90.0f), "model->facetnorms");
-  EXPECT_DEATH(glmSpheremapTexture(m), "model->normals");
+  EXPECT_DEATH(glmVertexNormals(m, 90.0f), "Assertion `model->facetnorms' failed");
+  EXPECT_DEATH(glmSpheremapTexture(m), "Assertion `model->normals' failed");
   float d[3];
-  EXPECT_DEATH(glmBoundBox(m, d, d, nullptr), "rangeZ");
-  EXPECT_DEATH(glmDimensions(m, nullptr), "dimensions");
+  EXPECT_DEATH(glmBoundBox(m, nullptr, d, d), "Assertion `rangeX' failed");
+  EXPECT_DEATH(glmBoundBox(m, d, nullptr, d), "Assertion `rangeY' failed");
+  EXPECT_DEATH(glmBoundBox(m, d, d, nullptr), "Assertion `rangeZ' failed");
+  EXPECT_DEATH(glmDimensions(m, nullptr), "Assertion `dimensions' failed");
+  // a model without materials can't take a texture
+  EXPECT_DEATH(glmSetTexture(m, "a", "x.ppm", nullptr, GL_MODULATE), "Assertion `model->materials' failed");
+  EXPECT_DEATH(glmSetTexture(nullptr, "a", "x.ppm", nullptr, GL_MODULATE), "Assertion `model' failed");
   glmDelete(m);
+
+  _GLMmodel bare{};  // no vertices
+  EXPECT_DEATH(glmBoundBox(nullptr, d, d, d), "Assertion `model' failed");
+  EXPECT_DEATH(glmBoundBox(&bare, d, d, d), "Assertion `model->vertices' failed");
+  EXPECT_DEATH(glmFacetNormals(nullptr), "Assertion `model' failed");
+  EXPECT_DEATH(glmFacetNormals(&bare), "Assertion `model->vertices' failed");
 }
 #endif
 

@@ -215,3 +215,26 @@ TEST(GlmRepair, FixOrderMakesAStripConsistent) {
   for (unsigned int i = 0; i < m->numtriangles; i++) EXPECT_GT(m->facetnorms[3 * (i + 1) + 2], 0) << i;
   glmDelete(m);
 }
+
+#ifndef NDEBUG
+TEST(GlmRepairDeathTest, QueriesNameTheirEmptyArgument) {
+  float p[3] = {0, 0, 0};
+  float corners[12] = {0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 1, 0};
+  _GLMmodel noVertices{};
+  _GLMmodel noTriangles{};
+  noTriangles.vertices = corners;
+  noTriangles.numvertices = 3;
+  TempDir dir;
+  _GLMmodel* m = readText(dir, "t.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+  ASSERT_NE(m, nullptr);
+  EXPECT_DEATH(glmInsideTest(nullptr, p), "Assertion `model' failed");
+  EXPECT_DEATH(glmInsideTest(&noVertices, p), "Assertion `model->vertices' failed");
+  EXPECT_DEATH(glmInsideTest(&noTriangles, p), "Assertion `model->triangles' failed");
+  EXPECT_DEATH(glmInsideTest(m, nullptr), "Assertion `testPoint' failed");
+  EXPECT_DEATH(glmShortestDist(nullptr, p), "Assertion `model' failed");
+  EXPECT_DEATH(glmShortestDist(&noVertices, p), "Assertion `model->vertices' failed");
+  EXPECT_DEATH(glmShortestDist(&noTriangles, p), "Assertion `model->triangles' failed");
+  EXPECT_DEATH(glmShortestDist(m, nullptr), "Assertion `testPoint' failed");
+  glmDelete(m);
+}
+#endif

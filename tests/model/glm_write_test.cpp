@@ -316,7 +316,7 @@ TEST(GlmWrite, OpenFailures) {
 
 #ifndef NDEBUG
 TEST(GlmWriteDeathTest, EmptyModel) {
-  EXPECT_DEATH(glmWriteOBJ(nullptr, "/dev/null", 0), "model");
+  EXPECT_DEATH(glmWriteOBJ(nullptr, "/dev/null", 0), "Assertion `model' failed");
 }
 #endif
 
