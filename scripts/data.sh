@@ -7,7 +7,7 @@
 # The packages are fetched with `apt-get download` into .cache/debs (no system-wide install) and
 # only the members needed are unpacked into .cache/pkgs/<package>. Nothing is rebuilt while the
 # builder's sources and the packages are those of the last build (their checksum is kept in
-# data/.built). The build folder gets the links bin/data, bin/Images and bin/samples, so that
+# data/.built) and every output is there. The build folder gets the links bin/data, bin/Images and bin/samples, so that
 # velmora finds the data next to its binary.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -112,7 +112,15 @@ fi
 STAMP="$ROOT/data/.built"
 SUM=$(cat "$ROOT"/tools/*.h "$ROOT"/tools/*.cpp "$ROOT/scripts/data.sh" "$PKGS"/*/.unpacked | sha256sum | cut -d' ' -f1)
 SUM="$SUM $(cd "$DEBS" && ls ./*.deb | sha256sum | cut -d' ' -f1)"
-if [ ! -f "$STAMP" ] || [ "$(cat "$STAMP")" != "$SUM" ]; then
+# A missing output builds everything again too.
+OUTPUTS=(data/SOURCES.md data/stardata/halvane.txt data/stardata/constellation.txt
+  data/stardata/bv_colormap.txt data/stardata/sp_colormap.txt Images/ALL.texture samples/pleiades.obj)
+for n in $(seq 1 12); do OUTPUTS+=("data/stardata/HIP/hip.$n.star"); done
+for m in milkyway starlight_B starlight_V wmap_V wmap_W fermi; do OUTPUTS+=("Images/$m.ppm"); done
+for s in m51 m31 m27 m1; do OUTPUTS+=("samples/$s.obj" "samples/$s-misplaced.obj" "samples/$s.mtl" "samples/$s.ppm"); done
+complete=1
+for o in "${OUTPUTS[@]}"; do [ -f "$ROOT/$o" ] || complete=0; done
+if [ "$complete" -ne 1 ] || [ ! -f "$STAMP" ] || [ "$(cat "$STAMP")" != "$SUM" ]; then
   echo "Building the sky data"
   rm -f "$STAMP"
   "$BUILDER" --pkgs "$PKGS" --out "$ROOT"

@@ -99,8 +99,8 @@ bool constellationText(const std::string& dir, const Catalog& cat, std::string& 
     if (!hasUsableParallax(s) || s.hd <= 0 || hdCount[s.hd] != 1) return 0;
     return s.hd;
   };
-  // The first constellation (in file order) whose figure uses a star, for stars without a
-  // designation.
+  // The first constellation, in the order of the codes, whose figure uses a star: the home of a
+  // shared star that has no designation naming one of its figures.
   std::map<int, std::string> firstUse;
   for (auto& [code, segs] : figures)
     for (auto& [a, b] : segs) {

@@ -27,6 +27,11 @@ bool findPlacedImage(const std::string& path, const std::string& image, PlacedIm
   // The entry's braces: back to its '{', forward to its '}'.
   const size_t open = s.rfind('{', s.rfind("\"imageCredits\"", at));
   const size_t close = s.find("\n\t}", at);
+  // A damaged file without the entry's braces is refused rather than cut at a wrong place.
+  if (open == std::string::npos || close == std::string::npos || open > at) {
+    err = "damaged entry for [" + image + "] in [" + path + "]";
+    return false;
+  }
   const std::string e = s.substr(open, close - open);
   const size_t wc = e.find("\"worldCoords\"");
   if (wc == std::string::npos) {
@@ -67,17 +72,18 @@ const std::vector<SampleInfo>& sampleList() {
   static const std::vector<SampleInfo> list = {
       {"m51", "m51-vasey.png", "M51, the Whirlpool galaxy", 8580.0, "k-parsec",
        "8.58 +- 0.10 Mpc, tip of the red giant branch (McQuinn et al. 2016, ApJ 826, 21)",
-       "Peter Vasey, Plover Hill Observatory (CREDITS.md 4.25); the package's terms, GPL-2+"},
+       "Peter Vasey, Plover Hill Observatory (CREDITS.md 4.25)",
+       "none of its own in CREDITS.md: the package's terms, GPL-2+"},
       {"m31", "m31.png", "M31, the Andromeda galaxy", 785.0, "k-parsec",
        "785 +- 25 kpc, tip of the red giant branch (McConnachie et al. 2005, MNRAS 356, 979)",
-       "LEE ang HG731GZ (CREDITS.md 4.8); Creative Commons Attribution 3.0 Unported"},
+       "LEE ang HG731GZ (CREDITS.md 4.8)", "Creative Commons Attribution 3.0 Unported (CREDITS.md 4.8)"},
       {"m27", "m27dumont.png", "M27, the Dumbbell nebula", 405.0, "parsec",
        "405 pc, trigonometric parallax of the central star, 2.47 +- 0.16 mas (Harris et al. 2007, AJ 133, "
        "631)",
-       "Stephane Dumont (CREDITS.md 4.10); the package's terms, GPL-2+"},
+       "Stephane Dumont (CREDITS.md 4.10)", "none of its own in CREDITS.md: the package's terms, GPL-2+"},
       {"m1", "m1dumont.png", "M1, the Crab nebula", 2000.0, "parsec",
-       "2.0 +- 0.5 kpc, expansion parallax (Trimble 1973, PASP 85, 579)",
-       "Stephane Dumont (CREDITS.md 4.10); the package's terms, GPL-2+"},
+       "2.0 +- 0.5 kpc, expansion parallax (Trimble 1973, PASP 85, 579)", "Stephane Dumont (CREDITS.md 4.10)",
+       "none of its own in CREDITS.md: the package's terms, GPL-2+"},
   };
   return list;
 }
@@ -144,12 +150,11 @@ bool writeText(const std::string& path, const std::string& text, std::string& er
   return true;
 }
 
-std::string quadObj(const SampleInfo& s, const PlacedImage& img, const std::vector<Vec3>& v,
-                    const std::string& what) {
+std::string quadObj(const SampleInfo& s, const std::vector<Vec3>& v, const std::string& what) {
   char buf[256];
   std::string o;
   o += "# " + s.object + ": " + what + "\n";
-  o += "# Image " + s.image + " of the stellarium-data package, credit: " + img.credit + "\n";
+  o += "# Image " + s.image + " of the stellarium-data package, credit: " + s.credit + "\n";
   o += "# Image licence: " + s.licence + "\n";
   o += "# Distance: " + s.reference + "\n";
   o += "# - unit in this model is " + s.unit + "\n";
@@ -179,11 +184,11 @@ bool writeImageSample(const std::string& stel, const SampleInfo& s, const std::s
                           "\nKa 1 1 1 1\nKd 1 1 1 1\nKs 0 0 0 1\nTd modulate " + s.name + ".ppm\n";
   if (!writeText(dir + "/" + s.name + ".mtl", mtl, err)) return false;
   const std::vector<Vec3> v = quadCorners(img, s.distance);
-  if (!writeText(dir + "/" + s.name + ".obj",
-                 quadObj(s, img, v, "placed by the corner coordinates of its image"), err))
+  if (!writeText(dir + "/" + s.name + ".obj", quadObj(s, v, "placed by the corner coordinates of its image"),
+                 err))
     return false;
   return writeText(dir + "/" + s.name + "-misplaced.obj",
-                   quadObj(s, img, misplace(v), "deliberately moved, turned and scaled, to be aligned"), err);
+                   quadObj(s, misplace(v), "deliberately moved, turned and scaled, to be aligned"), err);
 }
 
 std::vector<HipStar> pleiadesMembers(const Catalog& cat) {

@@ -29,7 +29,8 @@ struct SampleInfo {
   double distance;        // in `unit`
   std::string unit;       // "parsec" or "k-parsec", as the export header names them
   std::string reference;  // the published distance
-  std::string licence;    // of the image, as the package's CREDITS.md gives it
+  std::string credit;     // credit line of the image, as the package's CREDITS.md gives it
+  std::string licence;    // terms of the image, from the same place
 };
 
 const std::vector<SampleInfo>& sampleList();

@@ -92,12 +92,14 @@ std::string sourcesText(const Catalog& cat) {
   s += "| `Images/fermi.ppm` | `photutils/datasets/data/fermi_counts.fits.gz` | python3-photutils 1.6.0 | "
        "Fermi-LAT data: public domain (NASA); package BSD-3-Clause | NASA / Fermi-LAT Collaboration |\n";
   s += "| `data/stardata/bv_colormap.txt`, `data/stardata/sp_colormap.txt` | computed from Ballesteros 2012 "
-       "(EPL 97, 34008), Pecaut & Mamajek 2013 (ApJS 208, 9), the CIE 1931 fit of Wyman, Sloan & Shirley "
+       "(EPL 97, 34008), Martins, Schaerer & Hillier 2005 (A&A 436, 1049), Pecaut & Mamajek 2013 (ApJS 208, "
+       "9), the CIE 1931 fit of Wyman, Sloan & Shirley "
        "2013 (JCGT 2(2)) and IEC 61966-2-1 | - | - | - |\n";
   for (const SampleInfo& sp : sampleList()) {
     s += "| `samples/" + sp.name + ".obj`, `samples/" + sp.name + "-misplaced.obj`, `samples/" + sp.name +
-         ".ppm` | `nebulae/default/" + sp.image + "` with its corners from `textures.json`; distance " +
-         sp.reference + " | stellarium-data 0.22.2 | " + sp.licence + " | " + sp.object + " |\n";
+         ".ppm` | " + sp.object + ": `nebulae/default/" + sp.image +
+         "` with its corners from `textures.json`; distance " + sp.reference +
+         " | stellarium-data 0.22.2 | " + sp.licence + " | " + sp.credit + " |\n";
   }
   int usable = 0;
   for (const HipStar& h : cat.hip) usable += hasUsableParallax(h);

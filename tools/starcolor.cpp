@@ -61,8 +61,8 @@ RGB blackbodyRGB(double T) {
 
 const std::vector<SpectralTemp>& dwarfTemperatureScale() {
   static const std::vector<SpectralTemp> scale = {
-      {"O3(V)", 44900}, {"O4(V)", 42900}, {"O5(V)", 41400}, {"O6(V)", 38200}, {"O7(V)", 35900},
-      {"O8(V)", 34900}, {"O9(V)", 32500}, {"B0(V)", 31400}, {"B1(V)", 26000}, {"B2(V)", 20600},
+      {"O3(V)", 44900}, {"O4(V)", 42900}, {"O5(V)", 40900}, {"O6(V)", 38900}, {"O7(V)", 36900},
+      {"O8(V)", 34900}, {"O9(V)", 32900}, {"B0(V)", 31400}, {"B1(V)", 26000}, {"B2(V)", 20600},
       {"B3(V)", 17000}, {"B4(V)", 16400}, {"B5(V)", 15700}, {"B6(V)", 14500}, {"B7(V)", 14000},
       {"B8(V)", 12300}, {"B9(V)", 10700}, {"A0(V)", 9700},  {"A1(V)", 9300},  {"A2(V)", 8800},
       {"A3(V)", 8600},  {"A4(V)", 8250},  {"A5(V)", 8100},  {"A6(V)", 7910},  {"A7(V)", 7760},
@@ -104,11 +104,16 @@ std::string bvColorMapText(int n, double bvStart, double bvEnd) {
 
 std::string spectralColorMapText() {
   std::string s =
-      "# Star colour by spectral type. Temperatures of the main-sequence types from the scale of\n"
-      "# Pecaut & Mamajek (2013, ApJS 208, 9); the colour is that of a blackbody of the type's\n"
-      "# temperature, through the CIE 1931 2-degree colour matching functions (multi-lobe\n"
-      "# Gaussian fit of Wyman, Sloan and Shirley 2013) into sRGB (IEC 61966-2-1), brightest\n"
-      "# channel scaled to 1.\n"
+      "# Star colour by spectral type, for main-sequence (V) stars at whole subtypes. Each type\n"
+      "# is given an effective temperature: O3 to O9 from the observational scale of O dwarfs of\n"
+      "# Martins, Schaerer & Hillier (2005, A&A 436, 1049), rounded to 100 K; B0 to M9 from the\n"
+      "# mean dwarf sequence of Pecaut & Mamajek (2013, ApJS 208, 9, with its online extension\n"
+      "# by E. Mamajek), transcribed at whole subtypes. Scales of other authors differ by a few\n"
+      "# per cent or more, most for the O and the latest M types. The colour is that of a\n"
+      "# blackbody of that temperature, through the CIE 1931 2-degree colour matching functions\n"
+      "# (multi-lobe Gaussian fit of Wyman, Sloan and Shirley 2013, JCGT 2(2)) into linear sRGB\n"
+      "# by the matrix of IEC 61966-2-1, negative channels clipped, the brightest channel scaled\n"
+      "# to 1, then the sRGB transfer function. No star's measured colour enters the table.\n"
       "# Columns: type(luminosity class), CIE x and y chromaticity, red green blue (0-255).\n";
   char line[256];
   for (const SpectralTemp& e : dwarfTemperatureScale()) {

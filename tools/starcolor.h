@@ -32,8 +32,9 @@ struct SpectralTemp {
   double kelvin;
 };
 
-// The temperature scale of main-sequence spectral types of Pecaut & Mamajek (2013, ApJS 208, 9),
-// at the subtypes used by the map.
+// Effective temperatures of main-sequence spectral types at whole subtypes: O3 to O9 from the
+// observational O-dwarf scale of Martins, Schaerer & Hillier (2005, A&A 436, 1049) rounded to
+// 100 K, B0 to M9 from the mean dwarf sequence of Pecaut & Mamajek (2013, ApJS 208, 9).
 const std::vector<SpectralTemp>& dwarfTemperatureScale();
 
 // The text of the colour map files.

@@ -433,6 +433,19 @@ TEST(SkyDataFiles, StarParametersAndColourMapsNameRealFiles) {
   const std::string src = testsupport::readFile(root() + "/data/SOURCES.md");
   for (const char* s : {"Hipparcos", "WMAP", "Fermi", "Mellinger", "GPL-2+", "public domain"})
     EXPECT_NE(src.find(s), std::string::npos) << s;
+  // Each sample's row holds its licence, then its credit line, in the columns of the header.
+  EXPECT_NE(src.find("| Output | Source | Package | Licence | Credit |\n"), std::string::npos);
+  for (const SampleInfo& s : sampleList()) {
+    SCOPED_TRACE(s.name);
+    const size_t row = src.find("| `samples/" + s.name + ".obj`");
+    ASSERT_NE(row, std::string::npos);
+    const std::string line = src.substr(row, src.find('\n', row) - row);
+    EXPECT_NE(line.find("| " + s.licence + " | " + s.credit + " |"), std::string::npos) << line;
+  }
+  EXPECT_NE(
+      src.find("| Creative Commons Attribution 3.0 Unported (CREDITS.md 4.8) | LEE ang HG731GZ (CREDITS.md "
+               "4.8) |"),
+      std::string::npos);
 }
 
 TEST(SkyDataFiles, TextureListNamesEveryMapWithDistinctWavelengths) {
@@ -527,23 +540,47 @@ TEST(SkyDataFiles, SampleImagesLieInThePublishedDirectionsOfTheirObjects) {
   REQUIRE_DATA();
   struct Pub {
     const char* name;
-    double ra, dec;  // J2000 position of the object (SIMBAD)
-    double dist;     // in the model's unit
+    double ra, dec;    // J2000 position of the object (SIMBAD)
+    double dist;       // in the model's unit
+    const char* unit;  // the unit as the header names it
   };
   const Pub pub[] = {
-      {"m51", 202.469575, 47.195258, 8580.0},  // 13 29 52.698 +47 11 42.93
-      {"m31", 10.684708, 41.268750, 785.0},    // 00 42 44.33 +41 16 07.5
-      {"m27", 299.901417, 22.721139, 405.0},   // 19 59 36.34 +22 43 16.1
-      {"m1", 83.633083, 22.014500, 2000.0},    // 05 34 31.94 +22 00 52.2
+      {"m51", 202.469575, 47.195258, 8580.0, "k-parsec"},  // 13 29 52.698 +47 11 42.93
+      {"m31", 10.684708, 41.268750, 785.0, "k-parsec"},    // 00 42 44.33 +41 16 07.5
+      {"m27", 299.901417, 22.721139, 405.0, "parsec"},     // 19 59 36.34 +22 43 16.1
+      {"m1", 83.633083, 22.014500, 2000.0, "parsec"},      // 05 34 31.94 +22 00 52.2
   };
   for (const Pub& p : pub) {
     SCOPED_TRACE(p.name);
     const Obj o = readObj(root() + "/samples/" + std::string(p.name) + ".obj");
     ASSERT_EQ(o.v.size(), 4u);
+    // The header names the unit of the distance and the frame, as the tool's export does.
+    const std::string text = testsupport::readFile(root() + "/samples/" + std::string(p.name) + ".obj");
+    EXPECT_NE(text.find(std::string("# - unit in this model is ") + p.unit +
+                        "\n# - coordinate system is galactic\n"),
+              std::string::npos);
     EXPECT_EQ(o.faces, 1);
     const Vec3 c = boxCentre(o.v);
     EXPECT_LT(angleDeg(c, equatorialToGalactic(angToVec(p.ra, p.dec))), 0.1);
     EXPECT_NEAR(std::sqrt(dot(c, c)), p.dist, p.dist * 1e-3);
+    // Orientation: vertex i lies in the direction of corner i of the package's textures.json,
+    // and carries the texture corner of that corner with t turned over, since the first row of
+    // a PNM file (its top) reaches OpenGL as t = 0.
+    std::string image;
+    for (const SampleInfo& s : sampleList())
+      if (s.name == p.name) image = s.image;
+    PlacedImage placed;
+    std::string jsonErr;
+    ASSERT_TRUE(findPlacedImage(stellarium() + "/nebulae/default/textures.json", image, placed, jsonErr))
+        << jsonErr;
+    for (int i = 0; i < 4; ++i)
+      EXPECT_LT(angleDeg(o.v[i], equatorialToGalactic(angToVec(placed.corners[i][0], placed.corners[i][1]))),
+                1e-4)
+          << i;
+    EXPECT_NE(text.find("vt 0 1\nvt 1 1\nvt 1 0\nvt 0 0\n"), std::string::npos);
+    EXPECT_NE(text.find("f 1/1 2/2 3/3 4/4\n"), std::string::npos);
+    // The bottom-left corner (texture corner (0,0)) is the south-east one: north up, east left.
+    EXPECT_LT(placed.corners[0][1], placed.corners[3][1]);
     const Obj m = readObj(root() + "/samples/" + std::string(p.name) + "-misplaced.obj");
     ASSERT_EQ(m.v.size(), 4u);
     EXPECT_GT(angleDeg(boxCentre(m.v), c), 1.0);

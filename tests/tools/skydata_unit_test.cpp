@@ -4,11 +4,15 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <map>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "tests/support/testutil.h"
+#include "tools/constell.h"
 #include "tools/hipcat.h"
 #include "tools/samples.h"
 #include "tools/skymaps.h"
@@ -179,6 +183,14 @@ TEST(StarLine, WritesTheFieldsOfTheStarFormat) {
   EXPECT_STREQ(name, "Sirius");
   // The velocity is square to the line of sight: no radial part.
   EXPECT_NEAR(v[0] * v[4] + v[1] * v[5] + v[2] * v[6], 0.0, 1e-4);  // printed to six digits
+  // Its east and north parts are those of the proper motion: Sirius moves west and south.
+  const Vec3 vEq = galacticToEquatorial(Vec3{v[4], v[5], v[6]});
+  const double ra = 101.28716 * kDeg, dec = -16.71612 * kDeg;
+  const Vec3 east = {-std::sin(ra), std::cos(ra), 0};
+  const Vec3 north = {-std::sin(dec) * std::cos(ra), -std::sin(dec) * std::sin(ra), std::cos(dec)};
+  const double k = 4.740470 * (1000.0 / 379.21) / 1000.0;  // km/s per mas/yr at Sirius
+  EXPECT_NEAR(dot(vEq, east), k * -546.01, 0.01);
+  EXPECT_NEAR(dot(vEq, north), k * -1223.07, 0.01);
 }
 
 TEST(StarLine, NamesWithBlanksAndMissingParts) {
@@ -227,9 +239,37 @@ TEST(StarColor, MapTextsHaveTheirCountsAndSources) {
   const std::string sp = spectralColorMapText();
   EXPECT_NE(sp.find("Pecaut"), std::string::npos);
   EXPECT_NE(sp.find("\nG2(V) "), std::string::npos);
+  EXPECT_NE(sp.find("Martins, Schaerer & Hillier (2005, A&A 436, 1049)"), std::string::npos);
   // The temperature scale falls from O to M.
   const auto& scale = dwarfTemperatureScale();
   for (size_t i = 1; i < scale.size(); ++i) EXPECT_LT(scale[i].kelvin, scale[i - 1].kelvin) << scale[i].type;
+}
+
+TEST(StarColor, TemperatureScaleHoldsThePublishedAnchors) {
+  std::map<std::string, double> t;
+  for (const SpectralTemp& e : dwarfTemperatureScale()) t[e.type] = e.kelvin;
+  EXPECT_EQ(t.size(), 67u);  // O3 to O9, then B0 to M9
+  // O dwarfs: the observational scale of Martins et al. (2005), 44852 K at O3 falling by 1995 K
+  // per subtype, rounded to 100 K.
+  const char* oTypes[] = {"O3(V)", "O4(V)", "O5(V)", "O6(V)", "O7(V)", "O8(V)", "O9(V)"};
+  for (int k = 0; k < 7; ++k) EXPECT_NEAR(t[oTypes[k]], 44852 - 1995 * k, 50) << oTypes[k];
+  EXPECT_DOUBLE_EQ(t["B0(V)"], 31400);
+  EXPECT_DOUBLE_EQ(t["A0(V)"], 9700);
+  EXPECT_DOUBLE_EQ(t["F0(V)"], 7220);
+  EXPECT_DOUBLE_EQ(t["G2(V)"], 5770);  // the Sun: 5772 K nominal (IAU 2015 B3)
+  EXPECT_DOUBLE_EQ(t["K0(V)"], 5270);
+  EXPECT_DOUBLE_EQ(t["M0(V)"], 3850);
+  EXPECT_DOUBLE_EQ(t["M9(V)"], 2380);
+  // The spectral map's colour of a type is that of its blackbody.
+  const std::string sp = spectralColorMapText();
+  const size_t at = sp.find("\nG2(V) ");
+  ASSERT_NE(at, std::string::npos);
+  int r, g, b;
+  ASSERT_EQ(std::sscanf(sp.c_str() + at + 8, "%*f %*f %d %d %d", &r, &g, &b), 3);
+  const RGB sun = blackbodyRGB(5770);
+  EXPECT_EQ(r, int(std::lround(sun.r * 255)));
+  EXPECT_EQ(g, int(std::lround(sun.g * 255)));
+  EXPECT_EQ(b, int(std::lround(sun.b * 255)));
 }
 
 TEST(SkyMaps, PixelsMapLongitudeToTheRightAndTheNorthPoleToTheTop) {
@@ -292,6 +332,12 @@ TEST(Samples, ReadsCornersFromTheLooseJsonAndPlacesAFlatQuad) {
   EXPECT_DOUBLE_EQ(img.corners[3][1], 0.5);
   EXPECT_EQ(img.credit, "Someone");
   EXPECT_FALSE(findPlacedImage(dir.file("t.json"), "y.png", img, err));
+  EXPECT_EQ(err, "no entry for [y.png] in [" + dir.file("t.json") + "]");
+  // An entry cut off before its end, or with no opening brace, is refused.
+  writeFile(dir.file("cut.json"),
+            "\"imageCredits\" : {},\n\"imageUrl\" : \"x.png\",\n\"worldCoords\" : [[[1, 2]");
+  EXPECT_FALSE(findPlacedImage(dir.file("cut.json"), "x.png", img, err));
+  EXPECT_EQ(err, "damaged entry for [x.png] in [" + dir.file("cut.json") + "]");
   const std::vector<Vec3> q = quadCorners(img, 100.0);
   // Flat: the normal of three corners is square to the fourth edge.
   Vec3 e1, e2, e3;
@@ -327,4 +373,73 @@ TEST(SkyDataBuilder, MissingPackagesGiveAClearErrorAndStatusOne) {
   r = testsupport::run(bin);
   EXPECT_EQ(r.status, 2);
   EXPECT_EQ(r.err, "usage: velmora-skydata --pkgs <unpacked packages> --out <data root>\n");
+}
+
+namespace {
+
+// A small tree in the layout of the stellarium-data package, with made-up figures and boundaries.
+void writeSkyTree(TempDir& dir, const std::string& figures) {
+  const std::string sc = dir.path() + "/skycultures/western";
+  ASSERT_EQ(
+      std::system(("mkdir -p " + sc + " " + dir.path() + "/stars/default " + dir.path() + "/data").c_str()),
+      0);
+  writeFile(sc + "/constellation_names.eng.fab",
+            "Aaa\t\"Aaa\"\t_(\"First One\")\nBbb\t\"Bbb\"\t_(\"Second\")\n");
+  writeFile(sc + "/constellationship.fab", figures);
+  writeFile(dir.path() + "/stars/default/name.fab", "3|alpha_Bbb\n");
+  writeFile(dir.path() + "/data/constellation_boundaries.dat",
+            "2 1.0 10.0 2.0 10.0 2 AAA BBB\n3 2.0 10.0 2.0 20.0 1.0 20.0 2 AAA CCC\n2 1.0 20.0 1.0 10.0 2 "
+            "AAA DDD\n");
+}
+
+Catalog smallCatalog() {
+  Catalog cat;
+  for (int hip = 1; hip <= 7; ++hip) {
+    HipStar s;
+    s.hip = hip;
+    s.hd = hip == 6 ? 0 : 100 + hip;  // star 6 has no HD number
+    s.plxMas = 10;
+    cat.hip.push_back(s);
+  }
+  return cat;
+}
+
+}  // namespace
+
+TEST(Constellations, FiguresBoundariesAndSharedStarsAsTheReaderTakesThem) {
+  TempDir dir;
+  writeSkyTree(dir, "Aaa 3 1 2 2 3 5 6\nBbb 2 3 4 4 7\n");
+  std::string text, err;
+  ConstellationStats st;
+  ASSERT_TRUE(constellationText(dir.path(), smallCatalog(), text, st, err)) << err;
+  // The name starts at column 18; a star with no HD number breaks its segment off; star 3 is
+  // named alpha Bbb, so it is SHARED in the figure of Aaa only; the three boundary pieces of Aaa
+  // close into one loop, and the one open piece of Bbb is drawn out and back.
+  const std::string body = text.substr(text.find("\nCONSTELLATION") + 1);
+  EXPECT_EQ(body,
+            "CONSTELLATION Aaa First One\n"
+            "BEGIN BOUNDARY\n1.0000000 10.0000000 Aaa\n2.0000000 10.0000000 Aaa\n2.0000000 20.0000000 Aaa\n"
+            "1.0000000 20.0000000 Aaa\nEND BOUNDARY\n"
+            "BEGIN LINE\nHD101\nHD102\nHD103 SHARED\nEND LINE\n"
+            "\nCONSTELLATION Bbb Second\n"
+            "BEGIN BOUNDARY\n1.0000000 10.0000000 Bbb\n2.0000000 10.0000000 Bbb\nEND BOUNDARY\n"
+            "BEGIN LINE\nHD103\nHD104\nHD107\nEND LINE\n");
+  EXPECT_EQ(st.constellations, 2);
+  EXPECT_EQ(st.sourceSegments, 5);
+  EXPECT_EQ(st.writtenSegments, 4);
+  EXPECT_EQ(st.boundaryBlocks, 2);
+  EXPECT_EQ(st.figureStars, (std::set<int>{1, 2, 3, 4, 7}));
+}
+
+TEST(Constellations, AnHdNumberOfTwoStarsIsNotUsedAndAnEmptyFigureIsRefused) {
+  TempDir dir;
+  writeSkyTree(dir, "Aaa 2 1 2 3 4\nBbb 1 5 6\n");
+  Catalog cat = smallCatalog();
+  cat.hip[0].hd = 102;  // stars 1 and 2 share HD 102: the reader would find the first only
+  std::string text, err;
+  ConstellationStats st;
+  EXPECT_FALSE(constellationText(dir.path(), cat, text, st, err));
+  EXPECT_EQ(err, "constellation Bbb has no figure star in the sets");
+  EXPECT_EQ(st.writtenSegments, 1);  // of Aaa only the segment from star 3 to star 4
+  EXPECT_EQ(st.figureStars, (std::set<int>{3, 4}));
 }
