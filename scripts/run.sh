@@ -5,11 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-bash scripts/deps.sh
-DIR=$(bash scripts/build.sh | tail -n 1)
-if [ -x scripts/data.sh ]; then
-  bash scripts/data.sh "$DIR"
-fi
+DIR=$(bash scripts/setup.sh | tail -n 1)
 
 BIN="$DIR/bin/velmora"
 if [ ! -x "$BIN" ]; then

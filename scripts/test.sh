@@ -6,11 +6,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-bash scripts/deps.sh
-DIR=$(bash scripts/build.sh | tail -n 1)
-if [ -x scripts/data.sh ]; then
-  bash scripts/data.sh "$DIR"
-fi
+DIR=$(bash scripts/setup.sh | tail -n 1)
 
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=0:abort_on_error=1}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "fileio/sgi.h"
 #include "tools/skymath.h"
 
 namespace skydata {
@@ -24,15 +25,9 @@ void lbToPixel(double l, double b, int w, int h, int& x, int& y) {
   y = std::clamp(int(std::floor((90.0 - b) * h / 180.0)), 0, h - 1);
 }
 
+// Written by the project's own PNM writer (which only reads the pixels at one byte an item).
 bool writePPM(const std::string& path, const Image& img, std::string& err) {
-  FILE* f = std::fopen(path.c_str(), "wb");
-  if (!f) {
-    err = "cannot write [" + path + "]";
-    return false;
-  }
-  std::fprintf(f, "P6\n%d %d\n255\n", img.width, img.height);
-  const bool ok = std::fwrite(img.rgb.data(), 1, img.rgb.size(), f) == img.rgb.size();
-  if (std::fclose(f) != 0 || !ok) {
+  if (write_pnm(path.c_str(), img.width, img.height, 3, const_cast<unsigned char*>(img.rgb.data())) != 0) {
     err = "cannot write [" + path + "]";
     return false;
   }

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "coords/math3D.h"
+
 namespace skydata {
 
 namespace {
@@ -35,31 +37,34 @@ const GalRotation& rot() {
 
 }  // namespace
 
+// The vector arithmetic is the project's own (coords/math3D); these only fit it to Vec3.
 Vec3 normalized(const Vec3& v) {
-  const double n = std::sqrt(dot(v, v));
-  if (n == 0) return v;
-  return {v[0] / n, v[1] / n, v[2] / n};
+  Vec3 u = v;
+  unify3D(u.data());  // a zero vector stays as it is
+  return u;
 }
 
 double dot(const Vec3& a, const Vec3& b) {
-  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+  return dot3D(a.data(), b.data());
 }
 
 Vec3 cross(const Vec3& a, const Vec3& b) {
-  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+  Vec3 out;
+  cross3D(a.data(), b.data(), out.data());
+  return out;
 }
 
 Vec3 angToVec(double aDeg, double bDeg) {
-  const double a = aDeg * kDeg, b = bDeg * kDeg;
-  return {std::cos(a) * std::cos(b), std::sin(a) * std::cos(b), std::sin(b)};
+  Vec3 v;
+  lbToVec(v.data(), aDeg, bDeg);
+  return v;
 }
 
 void vecToAng(const Vec3& v, double& aDeg, double& bDeg) {
-  const Vec3 u = normalized(v);
-  aDeg = std::atan2(u[1], u[0]) / kDeg;
-  if (aDeg < 0) aDeg += 360.0;
-  if (aDeg >= 360.0) aDeg -= 360.0;
-  bDeg = std::asin(std::fmax(-1.0, std::fmin(1.0, u[2]))) / kDeg;
+  Vec3 u = normalized(v);
+  u[2] = std::fmax(-1.0, std::fmin(1.0, u[2]));  // rounding must not take asin out of its range
+  vecToLB(u.data(), aDeg, bDeg);
+  if (aDeg >= 360.0) aDeg -= 360.0;  // a tiny negative angle plus 360 rounds to 360
 }
 
 Vec3 equatorialToGalactic(const Vec3& eq) {

@@ -47,12 +47,7 @@ View makeView(PHCoord pos) {
 }
 
 PHCoord ph(double x, double y, double z, double s) {
-  PHCoord p;
-  p.x = x;
-  p.y = y;
-  p.z = z;
-  p.s = s;
-  return p;
+  return {x, y, z, s};
 }
 
 // ---- vectors --------------------------------------------------------------------------------

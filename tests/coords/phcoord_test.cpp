@@ -10,12 +10,7 @@
 namespace {
 
 PHCoord ph(double x, double y, double z, double s) {
-  PHCoord p;
-  p.x = x;
-  p.y = y;
-  p.z = z;
-  p.s = s;
-  return p;
+  return {x, y, z, s};
 }
 
 void expectPH(const PHCoord& p, double x, double y, double z, double s, double tol = 1e-12) {
