@@ -2,6 +2,7 @@
 
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 
 void SwapByte(void* data, unsigned size, unsigned count) {
   if (size < 2) return;
@@ -44,4 +45,11 @@ int getFileSize(FILE* stream) {
   if (fseek(stream, here, SEEK_SET) != 0) return -1;
   if (end < 0 || end > INT_MAX) return -1;  // a size an int can't hold is no size
   return static_cast<int>(end);
+}
+
+void copyText(char* dst, const char* src, size_t size) {
+  if (size == 0) return;
+  size_t n = strnlen(src, size - 1);
+  memcpy(dst, src, n);
+  dst[n] = 0;
 }

@@ -26,3 +26,7 @@ size_t cp_fwrite(void* buffer, unsigned size, unsigned count, FILE* stream);
 // Size of the stream in bytes; the position is kept. -1 if a seek fails (or the size
 // doesn't fit an int).
 int getFileSize(FILE* stream);
+
+// The one bounded copy of the system: copies at most size - 1 characters of src into dst and
+// always terminates; size 0 writes nothing. Returns nothing, prints nothing.
+void copyText(char* dst, const char* src, size_t size);

@@ -110,7 +110,7 @@ fi
 # Up to date when the stamp holds the checksum of the builder's sources, this script and the
 # packages it read (so that the release and the sanitizer builds share one data set).
 STAMP="$ROOT/data/.built"
-SUM=$(cat "$ROOT"/tools/*.h "$ROOT"/tools/*.cpp "$ROOT/scripts/data.sh" "$PKGS"/*/.unpacked | sha256sum | cut -d' ' -f1)
+SUM=$(cat "$ROOT"/skydata/*.h "$ROOT"/skydata/*.cpp "$ROOT/scripts/data.sh" "$PKGS"/*/.unpacked | sha256sum | cut -d' ' -f1)
 SUM="$SUM $(cd "$DEBS" && ls ./*.deb | sha256sum | cut -d' ' -f1)"
 # A missing output builds everything again too.
 OUTPUTS=(data/SOURCES.md data/stardata/halvane.txt data/stardata/constellation.txt

@@ -115,6 +115,36 @@ struct StarParameter {
   double LSR[3];  // km/s
 };
 
+// The eight rows of the spectral selection.
+enum Sptype { SPTYPE_O = 0, SPTYPE_B, SPTYPE_A, SPTYPE_F, SPTYPE_G, SPTYPE_K, SPTYPE_M, SPTYPE_OTHER };
+constexpr int STAR_NUM_SPTYPES = 8;
+
+// Bits of the flags of drawStars.
+constexpr int STAR_DRAW_FILE_COLOR = 1;     // times the star's file colour rgba
+constexpr int STAR_DRAW_COLORMAP = 2;       // times the colour-map colour cmapRgba
+constexpr int STAR_DRAW_COLOR_BIT4 = 4;     // no effect but to count as a colouring bit
+constexpr int STAR_DRAW_DIST_SCALE = 8;     // times colorMapScale of the log distance
+constexpr int STAR_DRAW_TEXTURED = 16;      // stars of at least pxsizeTex half pixels as billboards
+
+// Texture sources of StarParameter::textureSource.
+constexpr int STAR_TEX_NONE = 0;
+constexpr int STAR_TEX_AIRY = 1;
+constexpr int STAR_TEX_GAUSS = 2;
+constexpr int STAR_TEX_FFT = 3;
+constexpr int STAR_TEX_FILE = 4;
+
+// One constellation: figure, boundaries and the star that carries its name.
+struct NODE_Constellation {
+  char name[32];
+  char code[4];
+  NODE_StarObject* principalStar;       // owned copy of the brightest figure star; null if none
+  NODE_StarObject* (*lines)[2];         // segments, pointing into the catalogue array
+  int numLines;
+  PHCoord** boundPoints;                // one array of points per boundary
+  int* boundCounts;
+  int numBounds;
+};
+
 constexpr int STAR_NUM_BUCKETS = 64;
 constexpr int STAR_SQRT_TABLE_LEN = 4096;
 constexpr int STAR_INVSQ_TABLE_LEN = 64;
@@ -152,6 +182,10 @@ class StarList {
   int readStarFile(char* name, int withSun, bool quiet);
   // Reads one .star file into a new array; null on failure, with the reason on standard error.
   NODE_StarObject* readStarObj(const char* file, int* count, bool quiet);
+  // Parses one data line of a .star file into out: true, or false after a report naming file and
+  // line on standard error.
+  bool parseStarLine(char* line, const char* file, int lineNo, float factor, float exponent,
+                     NODE_StarObject* out);
   void sortStarObjs(NODE_StarObject** array, int n);
   void quickSortByIndex(int** index, NODE_StarObject* stars, int left, int right);
   void mergeStarObjs(NODE_StarObject** a, int* na, NODE_StarObject* b, int nb);
@@ -211,6 +245,79 @@ class StarList {
   void adjustLumScale(float delta);
   void setDLumScale(float value);
 
+  // --- parameter file (star_param.cpp) -----------------------------------------------------
+  int setStarParameter(StarParameter p);
+  int readStarParameter(const char* fileName, const char* dir, bool quiet);
+  int writeStarParameter(FILE* fp, StarParameter p);
+  int writeStarParameter(FILE* fp);
+  int writeStarParameter(const char* fileName);
+  int setExtrasolarPlanetOrbitScale(float inScale);
+
+  // --- drawing (star_draw.cpp, star_derived.cpp) -------------------------------------------
+  void drawStars(double logScale, int flags, int width, int height);
+  // Writes the star's colour into rgba (4 floats) and returns rgba.
+  float* computeColor(NODE_StarObject* star, int flags, int alpha, float* rgba);
+  void renderBillBstar(double* pos, double* up, float* rgba, double radPerPixel, int pxSize, double aspect);
+  void dumpCPoints(CPoint* points, int n);
+  void drawStarsErrors(double logScale);
+  int isSptypeSelected(char spClass, float spNum);
+  void setStarAtYear(int year);
+  int getStarAtYear();
+  void setDatasetYear(int year);
+  int getDatasetYear();
+  void enableSphWarp();
+  void disableSphWarp();
+  int setSphWarp(const double* dir, double angleFrm, double angleTo);
+  int setSphWarpEq(double (*fn)(double, double, double));
+  int setZRangeOn(double minZ, double maxZ);
+  void setZRangeOff();
+  int setVMagRangeOn(double minVMag, double maxVMag);
+  void setVMagRangeOff();
+  int setSptypeRangeOn(Sptype type, double min, double max);
+  int setSptypeRangeOff(Sptype type);
+  void setSptypeRangeAllOn();
+  void setSptypeRangeAllOff();
+  int setZRange(double inLogScaleNear, double inLogScaleFar);
+  int setLSR(const double* lsr);
+
+  // --- star textures (star_tex.cpp) --------------------------------------------------------
+  int initTexture(unsigned int* name);
+  unsigned char* initFileTexture(int* width, int* height);
+  unsigned char* initGaussTexture(int* width, int* height, float size, float cutoff);
+  unsigned char* initAiryTexture(int* width, int* height, float size, float cutoff, float diam);
+  unsigned char* initFFTTexture(int* width, int* height, float size, float exponent, float cutoff, float order,
+                                const float* rgb, int type);
+  float computeIntenDiamTex(unsigned char* array, int width, int height, int channels, double fraction);
+  int setStarTextureFile(const char* file, double inTexSize);
+  int setStarTextureFFT(float size, float exponent, float cutoff, float order, const float* rgb, int type);
+  int setStarTextureAiry(float size, float cutoff, float inTelescopeDiam);
+  int setStarTextureGauss(float size, float cutoff);
+  int setStarTextureParaFilter(int minFilter, int magFilter);
+  int setStarTextureScale(double inTexScale);
+
+  // --- constellations (constell.cpp) -------------------------------------------------------
+  int loadConstellations(const char* file);
+  void freeConstellations();
+  void drawConstellations(double logScale, int showLines, int showNames, int showBounds, char* onlyName);
+  int getNumConstellations();
+  // Stroke text square to the viewer at the model-view origin: align 1 right-aligned, 2 centred,
+  // 3 left-aligned.
+  static void drawBillboardText(const char* text, float size, int align);
+  int setConstellationColors(const float* line, const float* bound);
+  int setConstellationLineWidth(float line, float bound);
+  int setConstellationStipple(int line, int bound);
+  int setLabelScale(float inLabelScale);
+
+  // --- labels and picking (star_pick.cpp) --------------------------------------------------
+  int pickStar(int x, int y, double logScale, NODE_StarObject* out, float size, int* viewport);
+  int getStarByConstellation(NODE_StarObject* out, const char* name);
+  int getStarByConstellationCode(NODE_StarObject* out, const char* code);
+  void drawLabelOfStar(int starID, double logScale, int labelType, int showError);
+  void drawLabelOfStar(const NODE_StarObject* star, double logScale, int labelType, int showError);
+  void drawLabelOfStar(int starID, double logScale, const char* text, int showError);
+  void drawLabelOfStar(const NODE_StarObject* star, double logScale, const char* text, int showError);
+  int computeAvgVelocity(int useVMagRange, int useZRange, int useSptypeRange, double* avgVel);
+
   // --- state -------------------------------------------------------------------------------
   StarParameter param;
 
@@ -245,6 +352,19 @@ class StarList {
 
   // Selection range and position of the stars.
   int zFirst, zLast;
+  unsigned char logZRangeOn;              // gate on the camera distance; nothing sets it
+  double logScaleNear, logScaleFar;       // log10 metres, bounds of that gate
+  float uniformColor[4];                  // start of the colouring chain
+  float baseColor[4];                     // colour when no colouring flag is set
+
+  // Star texture.
+  unsigned int texId;                     // GL texture name, 0 until made
+  double texDiam;                         // radius holding half the texture's light, texture units
+
+  // Constellations; lines point into the star array.
+  NODE_Constellation* constellations;
+  int numConstellations;
+  double constellLogRadius;               // log10 metres of the boundaries' sphere
   int sphWarpOn;
   double sphwarpDir[3];
   double sphwarpAngleFrm, sphwarpAngleTo;

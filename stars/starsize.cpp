@@ -12,6 +12,8 @@
 
 #include "stars/star.h"
 
+#include "coords/constants.h"
+
 const double sizeTable[STAR_SIZE_TABLE_LEN] = {
     0.0278, 0.0556, 0.0833, 0.1111, 0.1389, 0.1667, 0.1944, 0.2222, 0.2500, 0.2778, 0.3056,
     0.3333, 0.3611, 0.3889, 0.4167, 0.4444, 0.4722, 0.5000, 0.5278, 0.5556, 0.5833, 0.6111,
@@ -71,7 +73,7 @@ double starDiameter(double vmag, double vmagLimit, double blend) {
 // StarList: the brightness and size model
 
 double StarList::computeVMag(float lumMag, float logDist) {
-  return ((float)(logDist - 16.4894) - 1.0) * 5 + lumMag + (10 - param.vmagMin);
+  return ((float)(logDist - kParsecExponent) - 1.0) * 5 + lumMag + (10 - param.vmagMin);
 }
 
 int StarList::computePXSizeAlpha(int* pxSize, int* alpha, float vmag, float starScale, float radPerPixel,

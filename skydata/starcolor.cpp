@@ -1,4 +1,4 @@
-#include "tools/starcolor.h"
+#include "skydata/starcolor.h"
 
 #include <algorithm>
 #include <cmath>

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/hipcat.h"
+#include "skydata/hipcat.h"
 
 namespace skydata {
 

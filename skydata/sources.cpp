@@ -1,7 +1,7 @@
-#include "tools/sources.h"
+#include "skydata/sources.h"
 
-#include "tools/samples.h"
-#include "tools/starfile.h"
+#include "skydata/samples.h"
+#include "skydata/starfile.h"
 
 namespace skydata {
 

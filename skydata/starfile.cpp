@@ -1,12 +1,12 @@
-#include "tools/starfile.h"
+#include "skydata/starfile.h"
 
 #include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 
-#include "tools/skymath.h"
-#include "tools/starcolor.h"
+#include "skydata/skymath.h"
+#include "skydata/starcolor.h"
 
 namespace skydata {
 

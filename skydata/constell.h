@@ -4,7 +4,7 @@
 #include <set>
 #include <string>
 
-#include "tools/hipcat.h"
+#include "skydata/hipcat.h"
 
 namespace skydata {
 

@@ -7,13 +7,13 @@
 #include <cstring>
 #include <string>
 
-#include "tools/constell.h"
-#include "tools/hipcat.h"
-#include "tools/samples.h"
-#include "tools/skymaps.h"
-#include "tools/sources.h"
-#include "tools/starcolor.h"
-#include "tools/starfile.h"
+#include "skydata/constell.h"
+#include "skydata/hipcat.h"
+#include "skydata/samples.h"
+#include "skydata/skymaps.h"
+#include "skydata/sources.h"
+#include "skydata/starcolor.h"
+#include "skydata/starfile.h"
 
 using namespace skydata;
 

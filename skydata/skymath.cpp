@@ -1,4 +1,4 @@
-#include "tools/skymath.h"
+#include "skydata/skymath.h"
 
 #include <cmath>
 

@@ -1,4 +1,4 @@
-#include "tools/samples.h"
+#include "skydata/samples.h"
 
 #include <cmath>
 #include <cstdio>
@@ -6,7 +6,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "tools/skymaps.h"
+#include "skydata/skymaps.h"
 
 namespace skydata {
 

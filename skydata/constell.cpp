@@ -1,4 +1,4 @@
-#include "tools/constell.h"
+#include "skydata/constell.h"
 
 #include <algorithm>
 #include <cctype>
@@ -10,7 +10,7 @@
 #include <sstream>
 #include <vector>
 
-#include "tools/starfile.h"
+#include "skydata/starfile.h"
 
 namespace skydata {
 

@@ -10,8 +10,8 @@
 
 #include "tests/support/testutil.h"
 #include "tests/support/xvfb.h"
-#include "tools/skymaps.h"
-#include "tools/skymath.h"
+#include "skydata/skymaps.h"
+#include "skydata/skymath.h"
 
 using namespace skydata;
 

@@ -1,4 +1,4 @@
-#include "tools/skymaps.h"
+#include "skydata/skymaps.h"
 
 #include <chealpix.h>
 #include <fitsio.h>
@@ -9,7 +9,7 @@
 #include <cstdio>
 
 #include "fileio/sgi.h"
-#include "tools/skymath.h"
+#include "skydata/skymath.h"
 
 namespace skydata {
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "tools/hipcat.h"
+#include "skydata/hipcat.h"
 
 namespace skydata {
 

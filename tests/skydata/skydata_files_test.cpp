@@ -13,12 +13,12 @@
 #include <vector>
 
 #include "tests/support/testutil.h"
-#include "tools/hipcat.h"
-#include "tools/samples.h"
-#include "tools/skymaps.h"
-#include "tools/skymath.h"
-#include "tools/starcolor.h"
-#include "tools/starfile.h"
+#include "skydata/hipcat.h"
+#include "skydata/samples.h"
+#include "skydata/skymaps.h"
+#include "skydata/skymath.h"
+#include "skydata/starcolor.h"
+#include "skydata/starfile.h"
 
 using namespace skydata;
 

@@ -1,4 +1,4 @@
-#include "tools/hipcat.h"
+#include "skydata/hipcat.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,7 +7,7 @@
 #include <fstream>
 #include <map>
 
-#include "tools/skymath.h"
+#include "skydata/skymath.h"
 
 namespace skydata {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "tools/hipcat.h"
-#include "tools/skymath.h"
+#include "skydata/hipcat.h"
+#include "skydata/skymath.h"
 
 namespace skydata {
 
