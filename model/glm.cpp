@@ -33,14 +33,6 @@ void* zallocOrDie(size_t bytes, bool quiet) {
   return p;
 }
 
-void copyText(char* dst, const char* text, size_t size) {
-  if (size == 0) return;
-  size_t n = strlen(text);
-  if (n >= size) n = size - 1;
-  memmove(dst, text, n);
-  dst[n] = '\0';
-}
-
 void setMaterialDefaults(_GLMmaterial* m) {
   memset(m, 0, sizeof(*m));
   copyText(m->name, "default", sizeof(m->name));

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 
+#include "fileio/common.h"
 #include "model/glm.h"
 
 namespace glm_detail {
@@ -11,8 +12,6 @@ namespace glm_detail {
 void* allocOrDie(size_t bytes, bool quiet = false);
 // A zero-filled block from allocOrDie.
 void* zallocOrDie(size_t bytes, bool quiet = false);
-// Copies `text` into a fixed buffer of `size` bytes, cut to fit.
-void copyText(char* dst, const char* text, size_t size);
 // Sets every field of a material to its default.
 void setMaterialDefaults(_GLMmaterial* material);
 

@@ -10,7 +10,6 @@
 #include "model/glm_internal.h"
 
 using glm_detail::allocOrDie;
-using glm_detail::copyText;
 using glm_detail::zallocOrDie;
 
 namespace {
