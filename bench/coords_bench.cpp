@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "coords/constants.h"
 #include "coords/eigen.h"
 #include "coords/math3D.h"
 #include "coords/phcoord.h"
@@ -24,7 +25,7 @@ void BM_PlainAdd3D(benchmark::State& state) {
 BENCHMARK(BM_PlainAdd3D);
 
 void BM_UnifyPHCoord(benchmark::State& state) {
-  PHCoord p = ph(3, 4, 12, 16.4894);
+  PHCoord p = ph(3, 4, 12, kParsecExponent);
   for (auto _ : state) {
     PHCoord q = p;
     benchmark::DoNotOptimize(q);
@@ -35,7 +36,7 @@ void BM_UnifyPHCoord(benchmark::State& state) {
 BENCHMARK(BM_UnifyPHCoord);
 
 void BM_SubPHCoord(benchmark::State& state) {
-  PHCoord star = ph(0.3, -0.7, 0.2, 18.1), eye = ph(1, 0, 0, 16.4894);
+  PHCoord star = ph(0.3, -0.7, 0.2, 18.1), eye = ph(1, 0, 0, kParsecExponent);
   for (auto _ : state) {
     benchmark::DoNotOptimize(star);
     PHCoord d = subPHCoord(star, eye);
@@ -46,7 +47,7 @@ BENCHMARK(BM_SubPHCoord);
 
 void BM_StarToPos3D(benchmark::State& state) {
   // What a drawer does per star: camera-relative difference, unify, and into the drawing frame.
-  PHCoord star = ph(0.3, -0.7, 0.2, 18.1), eye = ph(1, 0, 0, 16.4894);
+  PHCoord star = ph(0.3, -0.7, 0.2, 18.1), eye = ph(1, 0, 0, kParsecExponent);
   double out[3];
   for (auto _ : state) {
     benchmark::DoNotOptimize(star);

@@ -4,13 +4,13 @@
 
 #include <cmath>
 #include <cstdint>
-#include <numbers>
+
+#include "coords/constants.h"
 
 namespace {
 
 constexpr double kEqualEps = 1e-7;
 constexpr double kParallelEps = 1e-7;
-constexpr double kDegPerRad = 180.0 / std::numbers::pi;
 
 // Gauss-Jordan on a working copy with an identity alongside. The pivot of column i is the last
 // later row whose element beats the diagonal element, not the largest: this choice is kept.
@@ -340,8 +340,8 @@ void printView(FILE* fp, const View* view) {
 }
 
 void lbToVec(double v[3], double l, double b) {
-  double lr = l / 180.0 * std::numbers::pi;
-  double br = b / 180.0 * std::numbers::pi;
+  double lr = l * kRadiansPerDegree;
+  double br = b * kRadiansPerDegree;
   v[0] = std::cos(lr) * std::cos(br);
   v[1] = std::sin(lr) * std::cos(br);
   v[2] = std::sin(br);
@@ -351,8 +351,8 @@ void vecToLB(const double v[3], double& l, double& b) {
   double u[3];
   copy3D(u, v);
   unify3D(u);
-  b = std::asin(u[2]) * kDegPerRad;
-  l = std::atan2(u[1], u[0]) * kDegPerRad;
+  b = std::asin(u[2]) * kDegreesPerRadian;
+  l = std::atan2(u[1], u[0]) * kDegreesPerRadian;
   if (l < 0.0) l += 360.0;
 }
 

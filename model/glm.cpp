@@ -61,8 +61,7 @@ char* glmDirName(const char* path) {
   const char* slash = strrchr(path, '/');
   size_t n = slash ? static_cast<size_t>(slash - path) + 1 : 0;
   char* dir = static_cast<char*>(glm_detail::allocOrDie(n + 1));
-  memcpy(dir, path, n);
-  dir[n] = '\0';
+  copyText(dir, path, n + 1);
   return dir;
 }
 

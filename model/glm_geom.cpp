@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "coords/constants.h"
 #include "coords/math3D.h"
 #include "model/glm.h"
 #include "model/glm_internal.h"
@@ -301,7 +302,7 @@ void glmVertexNormals(_GLMmodel* model, float angle) {
     fprintf(stderr, "Err (glmVertexNormals): missing face normals for vertex normal computation.\n");
     return;
   }
-  float cosAngle = std::cos(angle * M_PI / 180.0);
+  float cosAngle = std::cos(angle * kRadiansPerDegree);
 
   size_t capacity = 3 * static_cast<size_t>(model->numtriangles);
   float* normals = static_cast<float*>(glm_detail::zallocOrDie(sizeof(float) * 3 * (capacity + 1)));
@@ -403,8 +404,9 @@ void glmSpheremapTexture(_GLMmodel* model) {
       phi = x == 0 ? 1.5707964f : std::acos(x / rho);
       theta = y == 0 ? 1.5707961f : std::asin(y / r) + 1.570796325f;
     }
-    model->texcoords[2 * i + 0] = theta / 3.14159265f;
-    model->texcoords[2 * i + 1] = phi / 3.14159265f;
+    // Divided in single precision, as the angles are.
+    model->texcoords[2 * i + 0] = theta / static_cast<float>(kPi);
+    model->texcoords[2 * i + 1] = phi / static_cast<float>(kPi);
   }
   for (unsigned int i = 0; i < model->numtriangles; i++)
     for (int k = 0; k < 3; k++) model->triangles[i].tindices[k] = model->triangles[i].nindices[k];

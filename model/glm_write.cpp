@@ -7,6 +7,15 @@
 #include "model/glm.h"
 #include "model/glm_internal.h"
 
+namespace {
+
+// The text carries counts and indices as C ints ("%d"); the model keeps them unsigned.
+int asInt(unsigned int value) {
+  return static_cast<int>(value);
+}
+
+}  // namespace
+
 int glmWriteOBJ(_GLMmodel* model, const char* filename, unsigned int mode) {
   return glmWriteOBJKernel(model, nullptr, filename, mode, nullptr);
 }
@@ -127,20 +136,20 @@ int glmWriteOBJKernel(_GLMmodel* model, FILE* stream, const char* filename, unsi
   }
 
   fprintf(file, "\n");
-  fprintf(file, "# %d vertices\n", model->numvertices);
+  fprintf(file, "# %d vertices\n", asInt(model->numvertices));
   for (unsigned int i = 1; i <= model->numvertices; i++)
     fprintf(file, "v %f %f %f\n", model->vertices[3 * i + 0], model->vertices[3 * i + 1],
             model->vertices[3 * i + 2]);
 
   if (mode & GLM_SMOOTH) {
     fprintf(file, "\n");
-    fprintf(file, "# %d vertex normals\n", model->numnormals);
+    fprintf(file, "# %d vertex normals\n", asInt(model->numnormals));
     for (unsigned int i = 1; i <= model->numnormals; i++)
       fprintf(file, "vn %f %f %f\n", model->normals[3 * i + 0], model->normals[3 * i + 1],
               model->normals[3 * i + 2]);
   } else if (mode & GLM_FLAT) {
     fprintf(file, "\n");
-    fprintf(file, "# %d face normals\n", model->numfacetnorms);
+    fprintf(file, "# %d face normals\n", asInt(model->numfacetnorms));
     for (unsigned int i = 1; i <= model->numfacetnorms; i++)
       fprintf(file, "vn %f %f %f\n", model->facetnorms[3 * i + 0], model->facetnorms[3 * i + 1],
               model->facetnorms[3 * i + 2]);
@@ -148,14 +157,14 @@ int glmWriteOBJKernel(_GLMmodel* model, FILE* stream, const char* filename, unsi
 
   if (mode & GLM_TEXTURE) {
     fprintf(file, "\n");
-    fprintf(file, "# %d texcoords\n", model->numtexcoords);
+    fprintf(file, "# %d texcoords\n", asInt(model->numtexcoords));
     for (unsigned int i = 1; i <= model->numtexcoords; i++)
       fprintf(file, "vt %f %f\n", model->texcoords[2 * i + 0], model->texcoords[2 * i + 1]);
   }
 
   fprintf(file, "\n");
-  fprintf(file, "# %d groups\n", model->numgroups);
-  fprintf(file, "# %d faces (triangles)\n", model->numtriangles);
+  fprintf(file, "# %d groups\n", asInt(model->numgroups));
+  fprintf(file, "# %d faces (triangles)\n", asInt(model->numtriangles));
   fprintf(file, "\n");
 
   for (_GLMgroup* group = model->groups; group; group = group->next) {
@@ -164,10 +173,10 @@ int glmWriteOBJKernel(_GLMmodel* model, FILE* stream, const char* filename, unsi
       fprintf(file, "usemtl %s\n", model->materials[group->material].name);
     for (unsigned int i = 0; i < group->numtriangles; i++) {
       const _GLMtriangle& t = model->triangles[group->triangles[i]];
-      const unsigned int* v = t.vindices;
-      const unsigned int* tx = t.tindices;
-      unsigned int n[3] = {t.nindices[0], t.nindices[1], t.nindices[2]};
-      if (!(mode & GLM_SMOOTH)) n[0] = n[1] = n[2] = t.findex;
+      const int v[3] = {asInt(t.vindices[0]), asInt(t.vindices[1]), asInt(t.vindices[2])};
+      const int tx[3] = {asInt(t.tindices[0]), asInt(t.tindices[1]), asInt(t.tindices[2])};
+      int n[3] = {asInt(t.nindices[0]), asInt(t.nindices[1]), asInt(t.nindices[2])};
+      if (!(mode & GLM_SMOOTH)) n[0] = n[1] = n[2] = asInt(t.findex);
       if (mode & (GLM_SMOOTH | GLM_FLAT)) {
         if (mode & GLM_TEXTURE)
           fprintf(file, "f %d/%d/%d %d/%d/%d %d/%d/%d\n", v[0], tx[0], n[0], v[1], tx[1], n[1], v[2], tx[2],

@@ -118,7 +118,7 @@ std::vector<Vec3> misplace(const std::vector<Vec3>& pts) {
   Vec3 axis;
   for (int k = 0; k < 3; ++k) axis[k] = dir[k] * 0.8 + side[k] * 0.6;
   axis = normalized(axis);
-  const double a = 25.0 * kDeg, ca = std::cos(a), sa = std::sin(a), scale = 1.3;
+  const double a = 25.0 * kRadiansPerDegree, ca = std::cos(a), sa = std::sin(a), scale = 1.3;
   std::vector<Vec3> out;
   for (const Vec3& p : pts) {
     const Vec3 r = {p[0] - c[0], p[1] - c[1], p[2] - c[2]};
@@ -197,7 +197,8 @@ std::vector<HipStar> pleiadesMembers(const Catalog& cat) {
   const Vec3 centre = angToVec(56.75, 24.1167);
   std::vector<HipStar> out;
   for (const HipStar& s : cat.hip) {
-    if (std::acos(std::fmin(1.0, dot(angToVec(s.raDeg, s.decDeg), centre))) > 2.0 * kDeg) continue;
+    if (std::acos(std::fmin(1.0, dot(angToVec(s.raDeg, s.decDeg), centre))) > 2.0 * kRadiansPerDegree)
+      continue;
     if (!s.hasPm || std::hypot(s.pmRaMasYr - 20.10, s.pmDecMasYr + 45.39) > 12.0) continue;
     if (s.plxMas < 5.0 || s.plxMas > 12.0) continue;
     out.push_back(s);

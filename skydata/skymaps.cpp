@@ -166,7 +166,7 @@ Image healpixToMap(const std::vector<float>& values, long nside, int w, int h) {
       double l, b;
       pixelToLb(x, y, w, h, l, b);
       long ip = 0;
-      ang2pix_ring(nside, (90.0 - b) * kDeg, l * kDeg, &ip);
+      ang2pix_ring(nside, (90.0 - b) * kRadiansPerDegree, l * kRadiansPerDegree, &ip);
       raw[size_t(y) * w + x] = std::asinh(values[size_t(ip)]);
     }
   // Up to the largest value, so that the brightest part of the plane stays distinct.
@@ -265,7 +265,7 @@ std::vector<double> starlightFlux(const std::vector<CatRecord>& all, char band, 
   for (int y = 0; y < h; ++y) {
     double l, b;
     pixelToLb(0, y, w, h, l, b);
-    const double area = std::cos(b * kDeg);
+    const double area = std::cos(b * kRadiansPerDegree);
     for (int x = 0; x < w; ++x) flux[size_t(y) * w + x] /= area;
   }
   return flux;

@@ -12,7 +12,8 @@ namespace {
 struct GalRotation {
   Vec3 row[3];
   GalRotation() {
-    const double raP = 192.85948 * kDeg, decP = 27.12825 * kDeg, lNcp = 122.93192 * kDeg;
+    const double raP = 192.85948 * kRadiansPerDegree, decP = 27.12825 * kRadiansPerDegree,
+                 lNcp = 122.93192 * kRadiansPerDegree;
     const Vec3 zG = {std::cos(decP) * std::cos(raP), std::cos(decP) * std::sin(raP), std::sin(decP)};
     // The x axis lies in the galactic plane; its direction from the node follows from lNcp:
     // the north celestial pole has galactic longitude lNcp, so the plane through both poles

@@ -4,13 +4,11 @@
 
 #include <array>
 
+#include "coords/constants.h"  // kPi and the degree: the builders' angles are the project's own
+
 namespace skydata {
 
 using Vec3 = std::array<double, 3>;
-
-constexpr double kPi = 3.14159265358979323846;
-constexpr double kDeg = kPi / 180.0;
-constexpr double kParsec = 3.0856775814913673e16;  // metres (IAU 2015 B2)
 
 Vec3 normalized(const Vec3& v);
 double dot(const Vec3& a, const Vec3& b);

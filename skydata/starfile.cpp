@@ -59,11 +59,11 @@ std::string starLine(const HipStar& s) {
   const Vec3 eq = angToVec(s.raDeg, s.decDeg);
   const Vec3 g = equatorialToGalactic(eq);
   const double distErr = s.plxErrMas > 0 ? s.plxErrMas / s.plxMas : 0.0;
-  // Tangential velocity: 4.740470 km/s per arcsecond per year at one parsec.
-  const double ra = s.raDeg * kDeg, dec = s.decDeg * kDeg;
+  // Tangential velocity: one arcsecond per year at one parsec is one AU per year.
+  const double ra = s.raDeg * kRadiansPerDegree, dec = s.decDeg * kRadiansPerDegree;
   const Vec3 east = {-std::sin(ra), std::cos(ra), 0};
   const Vec3 north = {-std::sin(dec) * std::cos(ra), -std::sin(dec) * std::sin(ra), std::cos(dec)};
-  const double k = 4.740470 * dPc / 1000.0;
+  const double k = kKmPerSecondPerAuPerYear * dPc / 1000.0;
   Vec3 vEq;
   for (int i = 0; i < 3; ++i) vEq[i] = k * (s.pmRaMasYr * east[i] + s.pmDecMasYr * north[i]);
   const Vec3 v = equatorialToGalactic(vEq);
@@ -124,7 +124,7 @@ bool writeStarSets(const Catalog& cat, const std::set<int>& figureStars, const s
       count += member(s, n);
       extra += member(s, n) && !inSet(s, n);
     }
-    std::fprintf(f, "NUM_STARS %d\nSIZE 3.0856776 16\n", count);
+    std::fprintf(f, "NUM_STARS %d\nSIZE %.7f %d\n", count, kParsecMantissa, kParsecPower);
     std::fputs(kHeader, f);
     if (n < 12)
       std::fprintf(

@@ -1,9 +1,12 @@
+// The control panel: a GLUT sub-window beside the picture, drawn by Dear ImGui.
 #include "viewer/panel.h"
 
 #include <GL/freeglut.h>
 #include <imgui.h>
 #include <imgui_impl_glut.h>
 #include <imgui_impl_opengl2.h>
+
+#include "viewer/window_scope.h"
 
 namespace {
 
@@ -66,7 +69,8 @@ void panelMotion(int x, int y) {
 }
 
 // Keys go to the panel first; what it doesn't take goes on to the framework, with the
-// main window current, as if the key had been pressed over the picture.
+// main window current, as if the key had been pressed over the picture. No WindowScope here:
+// the key may close the panel, and then there is no sub-window to go back to.
 void panelKeyboard(unsigned char key, int x, int y) {
   ImGui_ImplGLUT_KeyboardFunc(key, x, y);
   askForFrames();
@@ -100,12 +104,10 @@ void panelSpecialUp(int key, int x, int y) {
 // The main window's reshape: the panel keeps its place on the right edge first.
 void mainReshape(int w, int h) {
   if (subWin) {
-    int current = glutGetWindow();
-    glutSetWindow(subWin);
+    WindowScope onPanel(subWin);
     int x = w - subWidth;
     glutPositionWindow(x > 0 ? x : 0, 0);
     glutReshapeWindow(subWidth, h > 0 ? h : 1);
-    glutSetWindow(current);
   }
   if (userReshape) userReshape(w, h);
 }
@@ -122,8 +124,9 @@ int panelCreate(int parentWindow, int width, PanelBuildFunc build) {
   parentWin = parentWindow;
   subWidth = width;
   buildFunc = build;
-  int current = glutGetWindow();
-  glutSetWindow(parentWin);
+  // Made from the parent; the window that was current before is current again at the end
+  // (the parent, if it was that one or none was).
+  WindowScope onParent(parentWin);
   int w = glutGet(GLUT_WINDOW_WIDTH);
   int h = glutGet(GLUT_WINDOW_HEIGHT);
   subWin = glutCreateSubWindow(parentWin, w > width ? w - width : 0, 0, width, h > 0 ? h : 1);
@@ -144,26 +147,23 @@ int panelCreate(int parentWindow, int width, PanelBuildFunc build) {
   glutSpecialFunc(panelSpecial);
   glutSpecialUpFunc(panelSpecialUp);
   askForFrames();
-  int made = subWin;
-  glutSetWindow(current ? current : parentWin);
   // The main window's reshape has to move the panel from now on.
   if (parentWin) {
     glutSetWindow(parentWin);
     glutReshapeFunc(mainReshape);
-    glutSetWindow(current ? current : parentWin);
   }
-  return made;
+  return subWin;
 }
 
 void panelDestroy() {
   if (!subWin) return;
-  int current = glutGetWindow();
-  glutSetWindow(subWin);
-  ImGui_ImplOpenGL2_Shutdown();
-  ImGui_ImplGLUT_Shutdown();
-  ImGui::DestroyContext();
-  glutDestroyWindow(subWin);
-  if (current && current != subWin) glutSetWindow(current);
+  {
+    WindowScope onPanel(subWin);
+    ImGui_ImplOpenGL2_Shutdown();
+    ImGui_ImplGLUT_Shutdown();
+    ImGui::DestroyContext();
+    glutDestroyWindow(subWin);
+  }
   subWin = 0;
   subWidth = 0;
   buildFunc = nullptr;
@@ -179,11 +179,9 @@ int panelWidth() {
 void panelGetViewportArea(int* x, int* y, int* width, int* height) {
   int w = 0, h = 0;
   if (parentWin || glutGetWindow()) {
-    int current = glutGetWindow();
-    if (parentWin) glutSetWindow(parentWin);
+    WindowScope onParent(parentWin);  // without a panel: the current window
     w = glutGet(GLUT_WINDOW_WIDTH);
     h = glutGet(GLUT_WINDOW_HEIGHT);
-    if (current) glutSetWindow(current);
   }
   w -= panelWidth();
   *x = 0;

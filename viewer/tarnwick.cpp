@@ -11,8 +11,11 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "coords/constants.h"
 #include "coords/math3D.h"
+#include "fileio/common.h"
 #include "viewer/panel.h"
+#include "viewer/window_scope.h"
 
 // ---- Hooks and flags ----------------------------------------------------------------------
 int (*mouseCBFuncPtr)(int, int, int, int) = nullptr;
@@ -27,12 +30,12 @@ void (*gluiCreatePtr)(void) = nullptr;
 int useGLUTMenu = 1;
 int useSubGLUI = 0;
 int winW = 256, winH = 256;
-char titleStr[1024] = "tarnwick 1.0";
-char aboutStr[1024] = "";
+char titleStr[kViewerTitleSize] = "tarnwick 1.0";
+char aboutStr[kViewerTitleSize] = "";
 
 // ---- Framework state ----------------------------------------------------------------------
-char basedir[512] = "";
-char scpFile[512] = "";
+char basedir[kViewerPathSize] = "";
+char scpFile[kViewerPathSize] = "";
 int objArgc = 0;
 char** objArgv = nullptr;
 MovieRecord* movieRec = nullptr;
@@ -56,23 +59,23 @@ double currFovy = 60.0, currAspect = 1.0;
 int fixAspectRatio = 1;
 int viewShearState = 0;
 int controlledLightID = 0;
-int lightON[8] = {1, 0, 0, 0, 0, 0, 0, 0};
+int lightON[kViewerLightCount] = {1, 0, 0, 0, 0, 0, 0, 0};
 int showLightDir = 0, showLightDirMouse = 0;
-float lightPosition[8][4];
-float lightAmbient[8][4];
-float lightDiffuse[8][4];
-float lightSpecular[8][4];
+float lightPosition[kViewerLightCount][4];
+float lightAmbient[kViewerLightCount][4];
+float lightDiffuse[kViewerLightCount][4];
+float lightSpecular[kViewerLightCount][4];
 float lightmat[16];
 int antiAliasFlag = 1;
 int showFrameNumberFlag = 0, showAxesFlag = 0, showCubesFlag = 0, showParsecCubesFlag = 0;
 int showGalGrid = 0, showEqnGrid = 0, showSphGridDetail = 0;
 float powercubeAlpha = 1.0f;
-int useSmooth = 2, useMaterial = 16, useTexture = 4;
+int useSmooth = kRenderSmooth, useMaterial = kRenderMaterial, useTexture = kRenderTexture;
 int justDump = 0, frameNumSkip = 0, frameNumOffset = 0, doubleFrame = 0;
-char movieFileHead[512] = "";
+char movieFileHead[kViewerPathSize] = "";
 int numCameras = 0, currCamera = 0;
 Camera* cameras = nullptr;
-char cameraFile[512] = "";
+char cameraFile[kViewerPathSize] = "";
 
 const double viewNearPlane = (double)0.01f;
 const double viewFarPlane = 10000.0;
@@ -83,15 +86,6 @@ const char kAboutText[] =
     "tarnwick 1.0\n"
     "  a viewer framework for one scene\n"
     "  by the Velmora developers, 2026";
-
-// Copies at most size - 1 characters and always ends the copy: the path buffers are of a
-// fixed size, and an overlong path is cut rather than written past the end.
-void copyBounded(char* out, const char* in, size_t size) {
-  size_t n = strlen(in);
-  if (n >= size) n = size - 1;
-  memcpy(out, in, n);
-  out[n] = '\0';
-}
 
 double userSeconds() {
   rusage usage;
@@ -104,12 +98,13 @@ double userSeconds() {
 // ---- Start-up -----------------------------------------------------------------------------
 
 void getBaseDir(const char* path, char* out) {
-  copyBounded(out, path, 512);
+  // An overlong path is cut rather than written past the end of the caller's buffer.
+  copyText(out, path, kViewerPathSize);
   char* slash = strrchr(out, '/');
   if (slash)
     slash[1] = '\0';
   else
-    strcpy(out, "./");
+    copyText(out, "./", kViewerPathSize);
 }
 
 int getScreenSize(int* width, int* height) {
@@ -200,12 +195,11 @@ View initView() {
 }
 
 void resetView(View* view) {
-  int previous = glutGetWindow();
-  if (mainWindow && previous != mainWindow) glutSetWindow(mainWindow);
+  WindowScope onMain(mainWindow);
 
   glMatrixMode(GL_PROJECTION);
   glLoadIdentity();
-  double halfHeight = tan(view->fovy / 180.0 * M_PI / 2.0) * viewNearPlane;
+  double halfHeight = tan(view->fovy * kRadiansPerDegree / 2.0) * viewNearPlane;
   double halfWidth = halfHeight * view->aspect;
   switch (viewShearState) {
     case 1:
@@ -240,8 +234,6 @@ void resetView(View* view) {
     currLogScale = view->viewPos.s;
   gluLookAt(eye.x, eye.y, eye.z, eye.x + view->viewDir[0], eye.y + view->viewDir[1], eye.z + view->viewDir[2],
             view->viewUp[0], view->viewUp[1], view->viewUp[2]);
-
-  if (mainWindow && previous && previous != mainWindow) glutSetWindow(previous);
   glFlush();
 }
 
@@ -250,7 +242,7 @@ void myGLInit(int argc, char** argv) {
   glEnable(GL_LIGHT0);
   controlledLightID = 0;
   lightON[0] = 1;
-  for (int i = 1; i < 8; ++i) {
+  for (int i = 1; i < kViewerLightCount; ++i) {
     glDisable(GL_LIGHT0 + i);
     lightON[i] = 0;
   }
@@ -261,7 +253,7 @@ void myGLInit(int argc, char** argv) {
   if (glGetError() != GL_INVALID_ENUM && glGetError() != GL_NO_ERROR) printf("OpenGL error.\n");
   glLightModeli(GL_LIGHT_MODEL_LOCAL_VIEWER, GL_FALSE);
 
-  for (int i = 0; i < 8; ++i) {
+  for (int i = 0; i < kViewerLightCount; ++i) {
     const float position[4] = {0.0f, 0.0f, 2.0f, 1.0f};
     for (int k = 0; k < 4; ++k) {
       lightPosition[i][k] = position[k];
@@ -296,9 +288,9 @@ void myGLInit(int argc, char** argv) {
 
   showFrameNumberFlag = showAxesFlag = showCubesFlag = showParsecCubesFlag = 0;
   powercubeAlpha = 1.0f;
-  useSmooth = 2;
-  useMaterial = 16;
-  useTexture = 4;
+  useSmooth = kRenderSmooth;
+  useMaterial = kRenderMaterial;
+  useTexture = kRenderTexture;
 
   if (initScene(argc, argv) == -1) exit(1);
 
@@ -307,7 +299,7 @@ void myGLInit(int argc, char** argv) {
   glMatrixMode(GL_MODELVIEW);
   glPushMatrix();
   glLoadIdentity();
-  for (int i = 0; i < 8; ++i) {
+  for (int i = 0; i < kViewerLightCount; ++i) {
     glLightfv(GL_LIGHT0 + i, GL_POSITION, lightPosition[i]);
     glLightfv(GL_LIGHT0 + i, GL_AMBIENT, lightAmbient[i]);
     glLightfv(GL_LIGHT0 + i, GL_DIFFUSE, lightDiffuse[i]);
@@ -339,8 +331,8 @@ int tarnwickMain(int argc, char** argv) {
   objArgv = argv + 1;
   objArgc = argc - 1;
   jitterSize = 1;
-  copyBounded(titleStr, "tarnwick 1.0", sizeof titleStr);
-  copyBounded(aboutStr, kAboutText, sizeof aboutStr);
+  copyText(titleStr, "tarnwick 1.0", sizeof titleStr);
+  copyText(aboutStr, kAboutText, sizeof aboutStr);
 
   myInit();
   getScreenSize(&maxW, &maxH);
@@ -476,8 +468,7 @@ void drawFrame(int pickMode, int jitterPass) {
 }
 
 void reshape(int width, int height) {
-  int previous = glutGetWindow();
-  if (mainWindow && previous != mainWindow) glutSetWindow(mainWindow);
+  WindowScope onMain(mainWindow);
   if (gluiCreatePtr && useSubGLUI) {
     int x, y, w, h;
     panelGetViewportArea(&x, &y, &w, &h);
@@ -497,7 +488,6 @@ void reshape(int width, int height) {
     gluPerspective(currFovy, currAspect, viewNearPlane, viewFarPlane);
     glMatrixMode(GL_MODELVIEW);
   }
-  if (mainWindow && previous && previous != mainWindow) glutSetWindow(previous);
 }
 
 void idle() {

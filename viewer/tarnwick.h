@@ -15,6 +15,64 @@
 class MovieRecord;
 struct Camera;
 
+// Sizes of the framework's fixed text buffers: paths, and the title and about texts.
+constexpr int kViewerPathSize = 512;
+constexpr int kViewerTitleSize = 1024;
+// OpenGL's fixed-function lights, GL_LIGHT0 to GL_LIGHT7.
+constexpr int kViewerLightCount = 8;
+
+// ---- Menu items ---------------------------------------------------------------------------
+// The framework's commands, all through menuSelect: the pop-up menu shows some, the keys
+// call others by the same numbers. The numbers are fixed: scenes reach the commands by them.
+enum MenuItem {
+  // Main menu
+  kMenuHelp = 11,
+  kMenuResetView = 12,
+  kMenuFrameRate = 13,
+  kMenuAbout = 14,
+  kMenuQuit = 15,
+  // General (menuSelectGeneral): the first three are on keys only, 108 to 110 are unused
+  kMenuSmooth = 101,    // useSmooth between smooth and flat
+  kMenuMaterial = 102,  // useMaterial between material and colour
+  kMenuTexture = 103,   // useTexture on and off
+  kMenuAntiAlias = 104,
+  kMenuShowAxes = 105,
+  kMenuShowMeterCubes = 106,
+  kMenuShowParsecCubes = 107,
+  kMenuPolygonFill = 108,
+  kMenuPolygonLine = 109,
+  kMenuPolygonPoint = 110,
+  kMenuShowGalGrid = 111,
+  kMenuShowEqnGrid = 112,
+  kMenuGridDetail = 113,
+  kMenuGeneralFirst = kMenuSmooth,
+  kMenuGeneralLast = kMenuGridDetail,
+  // Lights (menuSelectLight); the per-light items are the first one plus the light number
+  kMenuLightDir = 201,
+  kMenuPrintLights = 202,
+  kMenuControlLight0 = 2000,
+  kMenuToggleLight0 = 2100,
+  // Movie (menuSelectMovie); "Goto Frame" items are the first one plus the frame number
+  kMenuPlayOnce = 300,
+  kMenuPlayLoop = 301,
+  kMenuDumpFrames = 302,
+  kMenuDumpScreen = 303,
+  kMenuShowFrameNum = 304,
+  kMenuReloadScript = 305,
+  kMenuGotoFrame0 = 3000,
+};
+
+// The bits of the render mode word that the framework hands to renderScene: useSmooth,
+// useMaterial and useTexture each hold one of them or 0, and the word is their sum. They
+// are the model library's drawing bits, so that a scene can pass the word on to it.
+enum RenderModeBit {
+  kRenderFlat = 1,
+  kRenderSmooth = 2,
+  kRenderTexture = 4,
+  kRenderColor = 8,
+  kRenderMaterial = 16,
+};
+
 // ---- Supplied by the scene -------------------------------------------------------------
 int initScene(int argc, char** argv);
 void renderScene(double frameNum, int nFrames, unsigned int renderMode, double logScale, int pickMode);
@@ -33,12 +91,12 @@ extern void (*gluiCreatePtr)(void);
 extern int useGLUTMenu;
 extern int useSubGLUI;
 extern int winW, winH;
-extern char titleStr[1024];
-extern char aboutStr[1024];
+extern char titleStr[kViewerTitleSize];
+extern char aboutStr[kViewerTitleSize];
 
 // ---- Framework state ----------------------------------------------------------------------
-extern char basedir[512];
-extern char scpFile[512];
+extern char basedir[kViewerPathSize];
+extern char scpFile[kViewerPathSize];
 extern int objArgc;
 extern char** objArgv;
 extern MovieRecord* movieRec;
@@ -62,12 +120,12 @@ extern double currFovy, currAspect;
 extern int fixAspectRatio;
 extern int viewShearState;
 extern int controlledLightID;
-extern int lightON[8];
+extern int lightON[kViewerLightCount];
 extern int showLightDir, showLightDirMouse;
-extern float lightPosition[8][4];
-extern float lightAmbient[8][4];
-extern float lightDiffuse[8][4];
-extern float lightSpecular[8][4];
+extern float lightPosition[kViewerLightCount][4];
+extern float lightAmbient[kViewerLightCount][4];
+extern float lightDiffuse[kViewerLightCount][4];
+extern float lightSpecular[kViewerLightCount][4];
 extern float lightmat[16];
 extern int antiAliasFlag;
 extern int showFrameNumberFlag, showAxesFlag, showCubesFlag, showParsecCubesFlag;
@@ -75,10 +133,10 @@ extern int showGalGrid, showEqnGrid, showSphGridDetail;
 extern float powercubeAlpha;
 extern int useSmooth, useMaterial, useTexture;
 extern int justDump, frameNumSkip, frameNumOffset, doubleFrame;
-extern char movieFileHead[512];
+extern char movieFileHead[kViewerPathSize];
 extern int numCameras, currCamera;
 extern Camera* cameras;
-extern char cameraFile[512];
+extern char cameraFile[kViewerPathSize];
 
 // The fixed clipping planes: the near plane is the single-precision 0.01.
 extern const double viewNearPlane;
@@ -102,6 +160,8 @@ extern int mainMenu, generalMenu, movieMenu, lightMenu, lightCtrlMenu, lightEnab
 
 // ---- Start-up (tarnwick.cpp) --------------------------------------------------------------
 int tarnwickMain(int argc, char** argv);  // the body of main
+// The directory part of path with its "/", or "./" without one, into out, a buffer of
+// kViewerPathSize owned by the caller; an overlong path is cut. Prints nothing.
 void getBaseDir(const char* path, char* out);
 int getScreenSize(int* width, int* height);
 void myInit();
@@ -177,7 +237,7 @@ struct GridSphereAlphas {
 };
 GridSphereAlphas gridSphereAlphas(double fovy, float a);
 // Powers of ten and alphas of the cubes that drawPowerCubes (offset 0) or drawParsecCubes
-// (offset 16.4894) shows for a viewer exponent s; returns their number (at most 7).
+// (offset kParsecExponent) shows for a viewer exponent s; returns their number (at most 7).
 int powerCubeChoice(double s, double offset, int* powers, float* alphas);
 // The crossing labels that drawSphereGrid adds with detail on, at a field of view; the
 // first colour or the faded second one.

@@ -7,12 +7,11 @@
 #include <cstdio>
 #include <cstring>
 
+#include "coords/constants.h"
 #include "coords/phcoord.h"
 #include "viewer/tarnwick.h"
 
 namespace {
-
-const double kParsecExponent = 16.4894;
 
 // Sum of the stroke widths of the characters, a blank counted as wide as a "-".
 float strokeTextWidth(void* font, const char* text) {
@@ -283,7 +282,7 @@ void myGlutWireSphere(float radius, int slices, int stacks) {
   if (slices < 1 || stacks < 1) return;  // nothing to draw, and no division by zero
   if (slices != lastSlices) {
     for (int i = 0; i <= slices; ++i) {
-      double angle = i * 2.0 * M_PI / slices;
+      double angle = i * 2.0 * kPi / slices;
       sliceCos[i] = cos(angle);
       sliceSin[i] = sin(angle);
     }
@@ -293,7 +292,7 @@ void myGlutWireSphere(float radius, int slices, int stacks) {
   // stack count changes. All callers use the one radius 1000.
   if (stacks != lastStacks) {
     for (int j = 0; j <= stacks; ++j) {
-      double angle = (0.5 - (double)j / stacks) * M_PI;
+      double angle = (0.5 - (double)j / stacks) * kPi;
       stackCos[j] = cos(angle) * radius;
       stackSin[j] = sin(angle) * radius;
     }

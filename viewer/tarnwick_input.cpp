@@ -9,6 +9,7 @@
 
 #include "coords/math3D.h"
 #include "viewer/tarnwick.h"
+#include "viewer/window_scope.h"
 
 int mouseButton = 0;
 int mouseModifiers = 0;
@@ -36,18 +37,6 @@ int buttonBit(int button) {
       return 0;  // wheel steps and extra buttons hold nothing
   }
 }
-
-// Sets mainWindow current for the time of a callback, as the panel may deliver events while
-// its own window is current.
-struct MainWindowScope {
-  int previous;
-  MainWindowScope() : previous(glutGetWindow()) {
-    if (mainWindow && previous != mainWindow) glutSetWindow(mainWindow);
-  }
-  ~MainWindowScope() {
-    if (mainWindow && previous && previous != mainWindow) glutSetWindow(previous);
-  }
-};
 
 void printCurrentView() {
   double m[16], p[16];
@@ -187,25 +176,26 @@ void passive(int x, int y) {
 }
 
 void keyboard(unsigned char key, int x, int y) {
-  MainWindowScope scope;
+  // The panel may deliver events while its own window is current.
+  WindowScope onMain(mainWindow);
   if (keyboardCBFuncPtr && keyboardCBFuncPtr(key, x, y) == 1) return;
   if (key == 'B') {  // the one key where the case counts
-    menuSelect(107);
+    menuSelect(kMenuShowParsecCubes);
     return;
   }
   switch (tolower(key)) {
     case 27:
     case 'q':
-      menuSelect(15);
+      menuSelect(kMenuQuit);
       break;
     case 'a':
-      menuSelect(105);
+      menuSelect(kMenuShowAxes);
       break;
     case 'b':
-      menuSelect(106);
+      menuSelect(kMenuShowMeterCubes);
       break;
     case 'g':
-      menuSelect(104);
+      menuSelect(kMenuAntiAlias);
       break;
     case 'h':
       menuHelp();
@@ -214,19 +204,19 @@ void keyboard(unsigned char key, int x, int y) {
       printCurrentView();
       break;
     case 'k':
-      menuSelect(13);
+      menuSelect(kMenuFrameRate);
       break;
     case 'm':
-      menuSelect(102);
+      menuSelect(kMenuMaterial);
       break;
     case 'p':
-      menuSelect(12);
+      menuSelect(kMenuResetView);
       break;
     case 's':
-      menuSelect(101);
+      menuSelect(kMenuSmooth);
       break;
     case 't':
-      menuSelect(103);
+      menuSelect(kMenuTexture);
       break;
     case '{':
       sensitivity = halveSensitivity(sensitivity);
@@ -243,7 +233,8 @@ void keyboard(unsigned char key, int x, int y) {
 }
 
 void specKey(int key, int x, int y) {
-  MainWindowScope scope;
+  // The panel may deliver events while its own window is current.
+  WindowScope onMain(mainWindow);
   if (specKeyCBFuncPtr && specKeyCBFuncPtr(key, x, y) == 1) return;
   // F1 to F12, the arrows left and right, page, home, end and insert act on a movie only.
   if (key == GLUT_KEY_UP || key == GLUT_KEY_DOWN) {
@@ -284,7 +275,8 @@ void updateFovyBy(double* fovy, double delta) {
 }
 
 void glRemoveTranslate() {
-  MainWindowScope scope;
+  // The picture's modelview, whichever window is current.
+  WindowScope onMain(mainWindow);
   double m[16];
   glMatrixMode(GL_MODELVIEW);
   glGetDoublev(GL_MODELVIEW_MATRIX, m);

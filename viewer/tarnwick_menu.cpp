@@ -10,6 +10,25 @@ int mainMenu = 0, generalMenu = 0, movieMenu = 0, lightMenu = 0, lightCtrlMenu =
 
 namespace {
 
+// The movie menu's "Goto Frame" entries and the keys F1 to F10 spread at most this many
+// frames evenly over a movie.
+constexpr int kGotoFrameStops = 10;
+
+// Makes one menu current for the life of a scope, as GLUT fills and empties only the current
+// menu, and puts the one that was current back at its end.
+class MenuScope {
+ public:
+  explicit MenuScope(int menu) : previous_(glutGetMenu()) { glutSetMenu(menu); }
+  ~MenuScope() {
+    if (previous_) glutSetMenu(previous_);
+  }
+  MenuScope(const MenuScope&) = delete;
+  MenuScope& operator=(const MenuScope&) = delete;
+
+ private:
+  int previous_;
+};
+
 void menuCallback(int item) {
   menuSelect(item);
 }
@@ -27,30 +46,28 @@ void removeAllMenuItems() {
 
 void resetGeneralMenu() {
   if (!generalMenu) return;
-  int previous = glutGetMenu();
-  glutSetMenu(generalMenu);
+  MenuScope scope(generalMenu);
   removeAllMenuItems();
-  addFlagEntry(antiAliasFlag, "AntiAliasing On", "AntiAliasing Off", 104);
-  addFlagEntry(showAxesFlag, "Show Axes On", "Show Axes Off", 105);
-  addFlagEntry(showCubesFlag, "Show Meter Cubes On", "Show Meter Cubes Off", 106);
-  addFlagEntry(showParsecCubesFlag, "Show Parsec Cubes On", "Show Parsec Cubes Off", 107);
-  addFlagEntry(showGalGrid, "Show Gal.Grid On", "Show Gal.Grid Off", 111);
-  addFlagEntry(showEqnGrid, "Show Eqn.Grid On", "Show Eqn.Grid Off", 112);
-  addFlagEntry(showSphGridDetail, "Grid Detail On", "Grid Detail Off", 113);
-  if (previous) glutSetMenu(previous);
+  addFlagEntry(antiAliasFlag, "AntiAliasing On", "AntiAliasing Off", kMenuAntiAlias);
+  addFlagEntry(showAxesFlag, "Show Axes On", "Show Axes Off", kMenuShowAxes);
+  addFlagEntry(showCubesFlag, "Show Meter Cubes On", "Show Meter Cubes Off", kMenuShowMeterCubes);
+  addFlagEntry(showParsecCubesFlag, "Show Parsec Cubes On", "Show Parsec Cubes Off", kMenuShowParsecCubes);
+  addFlagEntry(showGalGrid, "Show Gal.Grid On", "Show Gal.Grid Off", kMenuShowGalGrid);
+  addFlagEntry(showEqnGrid, "Show Eqn.Grid On", "Show Eqn.Grid Off", kMenuShowEqnGrid);
+  addFlagEntry(showSphGridDetail, "Grid Detail On", "Grid Detail Off", kMenuGridDetail);
 }
 
 int gotoFrameTargets(int nFrames, int* targets) {
   int count = 0;
   targets[count++] = 0;
-  int m = (nFrames < 10 ? nFrames : 10) - 1;
+  int m = (nFrames < kGotoFrameStops ? nFrames : kGotoFrameStops) - 1;
   for (int k = 1; k <= m; ++k) targets[count++] = (nFrames - 1) * k / m;
   return count;
 }
 
 int functionKeyTarget(int keyNumber, int nFrames) {
   if (nFrames == 1) return 0;
-  return (keyNumber - 1) * (nFrames - 1) / ((nFrames < 10 ? nFrames : 10) - 1);
+  return (keyNumber - 1) * (nFrames - 1) / ((nFrames < kGotoFrameStops ? nFrames : kGotoFrameStops) - 1);
 }
 
 void resetMovieMenu() {
@@ -60,42 +77,36 @@ void resetMovieMenu() {
 
 void resetLightCtrlMenu() {
   if (!lightCtrlMenu) return;
-  int previous = glutGetMenu();
-  glutSetMenu(lightCtrlMenu);
+  MenuScope scope(lightCtrlMenu);
   removeAllMenuItems();
-  for (int i = 0; i < 8; ++i) {
+  for (int i = 0; i < kViewerLightCount; ++i) {
     char label[64];
     snprintf(label, sizeof label, "light %d%s", i, i == controlledLightID ? " (now)" : "");
-    glutAddMenuEntry(label, 2000 + i);
+    glutAddMenuEntry(label, kMenuControlLight0 + i);
   }
-  if (previous) glutSetMenu(previous);
 }
 
 void resetLightEnableMenu() {
   if (!lightEnableMenu) return;
-  int previous = glutGetMenu();
-  glutSetMenu(lightEnableMenu);
+  MenuScope scope(lightEnableMenu);
   removeAllMenuItems();
-  for (int i = 0; i < 8; ++i) {
+  for (int i = 0; i < kViewerLightCount; ++i) {
     char label[64];
     snprintf(label, sizeof label, lightON[i] ? "light %d on" : "light %d off", i);
-    glutAddMenuEntry(label, 2100 + i);
+    glutAddMenuEntry(label, kMenuToggleLight0 + i);
   }
-  if (previous) glutSetMenu(previous);
 }
 
 void resetLightMenu() {
   // The light menus are never made by buildMenuItems; until a scene makes them, only the
   // status line comes out.
   if (lightMenu) {
-    int previous = glutGetMenu();
-    glutSetMenu(lightMenu);
+    MenuScope scope(lightMenu);
     removeAllMenuItems();
-    glutAddMenuEntry(showLightDir ? "Light Dir. On" : "Light Dir. Off", 201);
-    glutAddMenuEntry("Print Status", 202);
+    glutAddMenuEntry(showLightDir ? "Light Dir. On" : "Light Dir. Off", kMenuLightDir);
+    glutAddMenuEntry("Print Status", kMenuPrintLights);
     if (lightEnableMenu) glutAddSubMenu("Toggle", lightEnableMenu);
     if (lightCtrlMenu) glutAddSubMenu("Control", lightCtrlMenu);
-    if (previous) glutSetMenu(previous);
   }
   resetLightCtrlMenu();
   resetLightEnableMenu();
@@ -106,28 +117,28 @@ void buildMenuItems() {
   generalMenu = glutCreateMenu(menuCallback);
   resetGeneralMenu();
   mainMenu = glutCreateMenu(menuCallback);
-  glutAddMenuEntry("Help", 11);
+  glutAddMenuEntry("Help", kMenuHelp);
   glutAddSubMenu("General", generalMenu);
   // The "Movie" submenu stands here when a movie is loaded.
-  glutAddMenuEntry("Reset View", 12);
-  glutAddMenuEntry("Frame Rate", 13);
-  glutAddMenuEntry("About", 14);
-  glutAddMenuEntry("Quit", 15);
+  glutAddMenuEntry("Reset View", kMenuResetView);
+  glutAddMenuEntry("Frame Rate", kMenuFrameRate);
+  glutAddMenuEntry("About", kMenuAbout);
+  glutAddMenuEntry("Quit", kMenuQuit);
 }
 
 int menuSelectGeneral(int item) {
-  if (item < 101 || item > 113) return 0;
+  if (item < kMenuGeneralFirst || item > kMenuGeneralLast) return 0;
   switch (item) {
-    case 101:
-      useSmooth = useSmooth == 2 ? 1 : 2;
+    case kMenuSmooth:
+      useSmooth = useSmooth == kRenderSmooth ? kRenderFlat : kRenderSmooth;
       break;
-    case 102:
-      useMaterial = useMaterial == 16 ? 8 : 16;
+    case kMenuMaterial:
+      useMaterial = useMaterial == kRenderMaterial ? kRenderColor : kRenderMaterial;
       break;
-    case 103:
-      useTexture = useTexture == 4 ? 0 : 4;
+    case kMenuTexture:
+      useTexture = useTexture == kRenderTexture ? 0 : kRenderTexture;
       break;
-    case 104:
+    case kMenuAntiAlias:
       antiAliasFlag = !antiAliasFlag;
       if (antiAliasFlag) {
         glEnable(GL_POINT_SMOOTH);
@@ -137,56 +148,56 @@ int menuSelectGeneral(int item) {
         glDisable(GL_LINE_SMOOTH);
       }
       break;
-    case 105:
+    case kMenuShowAxes:
       showAxesFlag = !showAxesFlag;
       break;
-    case 106:
+    case kMenuShowMeterCubes:
       showCubesFlag = !showCubesFlag;
       break;
-    case 107:
+    case kMenuShowParsecCubes:
       showParsecCubesFlag = !showParsecCubesFlag;
       break;
-    case 108:
+    case kMenuPolygonFill:
       glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
       break;
-    case 109:
+    case kMenuPolygonLine:
       glPolygonMode(GL_FRONT_AND_BACK, GL_LINE);
       break;
-    case 110:
+    case kMenuPolygonPoint:
       glPolygonMode(GL_FRONT_AND_BACK, GL_POINT);
       break;
-    case 111:
+    case kMenuShowGalGrid:
       showGalGrid = !showGalGrid;
       break;
-    case 112:
+    case kMenuShowEqnGrid:
       showEqnGrid = !showEqnGrid;
       break;
-    case 113:
+    case kMenuGridDetail:
       showSphGridDetail = !showSphGridDetail;
       break;
   }
-  if ((item < 108 || item > 110) && useGLUTMenu) resetGeneralMenu();
+  if ((item < kMenuPolygonFill || item > kMenuPolygonPoint) && useGLUTMenu) resetGeneralMenu();
   glutPostRedisplay();
   return 1;
 }
 
 int menuSelectLight(int item) {
-  if (item >= 2100 && item <= 2107) {
-    int light = item - 2100;
+  if (item >= kMenuToggleLight0 && item < kMenuToggleLight0 + kViewerLightCount) {
+    int light = item - kMenuToggleLight0;
     lightON[light] = !lightON[light];
     if (lightON[light])
       glEnable(GL_LIGHT0 + light);
     else
       glDisable(GL_LIGHT0 + light);
-  } else if (item >= 2000 && item <= 2007) {
-    controlledLightID = item - 2000;
+  } else if (item >= kMenuControlLight0 && item < kMenuControlLight0 + kViewerLightCount) {
+    controlledLightID = item - kMenuControlLight0;
     if (!lightON[controlledLightID]) {
       lightON[controlledLightID] = 1;
       glEnable(GL_LIGHT0 + controlledLightID);
       if (printEnable) fprintf(stderr, "Turn on the light you want to control automatically\n");
     }
-  } else if (item == 202) {
-    for (int i = 0; i < 8; ++i) {
+  } else if (item == kMenuPrintLights) {
+    for (int i = 0; i < kViewerLightCount; ++i) {
       if (lightON[i]) {
         fprintf(stderr, "    glEnable(GL_LIGHT0+%d);\n", i);
         for (int k = 0; k < 4; ++k)
@@ -198,7 +209,7 @@ int menuSelectLight(int item) {
     }
     fprintf(stderr, "\n");
     return 1;
-  } else if (item == 201) {
+  } else if (item == kMenuLightDir) {
     showLightDir = !showLightDir;
   } else {
     return 0;
@@ -219,28 +230,28 @@ int menuSelect(int item) {
   if (menuSelectLight(item)) return 1;
   if (movieRec && menuSelectMovie(item)) return 1;
   switch (item) {
-    case 11:
+    case kMenuHelp:
       menuHelp();
       break;
-    case 12: {
+    case kMenuResetView: {
       stopAllSpins();
       View view = initView();
       resetView(&view);
       glutPostRedisplay();
       break;
     }
-    case 13:
+    case kMenuFrameRate:
       frameRateFlag = !frameRateFlag;
       glutPostRedisplay();
       break;
-    case 14:
+    case kMenuAbout:
       if (printEnable) {
         fprintf(stderr, "\n");
         fprintf(stderr, "%s\n\n", titleStr);
         fprintf(stderr, "%s\n", aboutStr);
       }
       break;
-    case 15:
+    case kMenuQuit:
       myExit(0);
   }
   return 0;

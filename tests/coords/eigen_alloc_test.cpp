@@ -1,5 +1,6 @@
-// The constructor's behaviour when memory runs out. This program replaces the array forms of the
-// global operator new so that a chosen allocation fails.
+// The constructor's behaviour when memory runs out. The solver takes no allocator pair: this
+// program replaces the array forms of the global operator new, and the nothrow form goes
+// through the tests' failing allocator, so that a chosen allocation fails.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -8,12 +9,8 @@
 #include <string>
 
 #include "coords/eigen.h"
+#include "tests/support/failalloc.h"
 #include "tests/support/testutil.h"
-
-namespace {
-int failAt = -1;  // the count of nothrow array allocations at which one fails; -1: none
-int nothrowCount = 0;
-}  // namespace
 
 void* operator new[](std::size_t n) {
   void* p = std::malloc(n ? n : 1);
@@ -22,8 +19,7 @@ void* operator new[](std::size_t n) {
 }
 
 void* operator new[](std::size_t n, const std::nothrow_t&) noexcept {
-  if (failAt >= 0 && nothrowCount++ == failAt) return nullptr;
-  return std::malloc(n ? n : 1);
+  return testsupport::failingAlloc(n ? n : 1);
 }
 
 void operator delete[](void* p) noexcept {
@@ -38,13 +34,10 @@ void operator delete[](void* p, const std::nothrow_t&) noexcept {
 
 namespace {
 
-struct FailGuard {
-  explicit FailGuard(int at) {
-    nothrowCount = 0;
-    failAt = at;
-  }
-  ~FailGuard() { failAt = -1; }
-};
+// The nothrow array allocations made so far in a FailAllocScope.
+int nothrowCount() {
+  return testsupport::failingAllocCalls();
+}
 
 class EigenAllocTest : public testing::Test {
  protected:
@@ -66,12 +59,12 @@ TEST_F(EigenAllocTest, EachFailingAllocationIsReportedOnce) {
     mgcEigenD::error = 0;
     testing::internal::CaptureStdout();
     {
-      FailGuard guard(at);
+      testsupport::FailAllocScope guard(at);
       mgcEigenD e(3);
       EXPECT_FALSE(e.Valid()) << at;
       EXPECT_EQ(e.Size(), 3);
       e.IncrSortEigenStuff3();  // no arrays: nothing happens
-      EXPECT_EQ(nothrowCount, at + 1) << "the constructor stops at the failure";
+      EXPECT_EQ(nothrowCount(), at + 1) << "the constructor stops at the failure";
     }  // the destructor frees what was made
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "mgcEigenD: allocation failed\n") << at;
     EXPECT_EQ(mgcEigenD::error, mgcEigenD::allocation_failed);
@@ -81,7 +74,7 @@ TEST_F(EigenAllocTest, EachFailingAllocationIsReportedOnce) {
 TEST_F(EigenAllocTest, FloatSolverNamesItself) {
   testing::internal::CaptureStdout();
   {
-    FailGuard guard(2);
+    testsupport::FailAllocScope guard(2);
     mgcEigen e(2);
     EXPECT_FALSE(e.Valid());
   }
@@ -91,10 +84,10 @@ TEST_F(EigenAllocTest, FloatSolverNamesItself) {
 TEST_F(EigenAllocTest, NoFailureNoReport) {
   testing::internal::CaptureStdout();
   {
-    FailGuard guard(100);
+    testsupport::FailAllocScope guard(-1);
     mgcEigenD e(3);
     EXPECT_TRUE(e.Valid());
-    EXPECT_EQ(nothrowCount, 6);
+    EXPECT_EQ(nothrowCount(), 6);
   }
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
   EXPECT_EQ(mgcEigenD::error, 0u);
@@ -107,7 +100,7 @@ TEST_F(EigenAllocTest, QuietFailureGoesToEigenErr) {
   ASSERT_NE(getcwd(old, sizeof(old)), nullptr);
   ASSERT_EQ(chdir(dir.path().c_str()), 0);
   {
-    FailGuard guard(4);
+    testsupport::FailAllocScope guard(4);
     mgcEigenD e(3);
   }
   ASSERT_EQ(chdir(old), 0);

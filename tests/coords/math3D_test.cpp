@@ -10,6 +10,7 @@
 #include <string>
 #include <utility>
 
+#include "coords/constants.h"
 #include "coords/view.h"
 
 namespace {
@@ -262,7 +263,7 @@ TEST(Math3DTest, PrintViewZeroPositionKeepsExponent) {
 }
 
 TEST(Math3DTest, PrintViewToStandardOutput) {
-  View v = makeView(ph(1, 0, 0, 16.4894));
+  View v = makeView(ph(1, 0, 0, kParsecExponent));
   testing::internal::CaptureStdout();
   printView(stdout, &v);
   std::fflush(stdout);
@@ -274,10 +275,10 @@ TEST(Math3DTest, PrintViewToStandardOutput) {
 
 TEST(Math3DTest, Rotate2DAnticlockwise) {
   double in[2] = {1, 0}, out[2];
-  rotate2D(out, in, M_PI / 2);
+  rotate2D(out, in, kPi / 2);
   EXPECT_NEAR(out[0], 0, 1e-15);
   EXPECT_NEAR(out[1], 1, 1e-15);
-  rotate2D(in, in, M_PI);  // in place
+  rotate2D(in, in, kPi);  // in place
   EXPECT_NEAR(in[0], -1, 1e-15);
   EXPECT_NEAR(in[1], 0, 1e-15);
 }
@@ -285,14 +286,14 @@ TEST(Math3DTest, Rotate2DAnticlockwise) {
 TEST(Math3DTest, Rotate3DRightHandAxisUntouched) {
   double v[3] = {1, 0, 0};
   double axis[3] = {0, 0, 5};
-  rotate3D_3(v, axis, M_PI / 2);
+  rotate3D_3(v, axis, kPi / 2);
   EXPECT_NEAR(v[0], 0, 1e-15);
   EXPECT_NEAR(v[1], 1, 1e-15);
   EXPECT_NEAR(v[2], 0, 1e-15);
   EXPECT_EQ(axis[2], 5);  // copied and made unit, not changed
   double w[3] = {1, 2, 3};
   double diag[3] = {1, 1, 1};
-  rotate3D_3(w, diag, 2 * M_PI / 3);  // a third of a turn about (1,1,1) cycles the axes
+  rotate3D_3(w, diag, 2 * kPi / 3);  // a third of a turn about (1,1,1) cycles the axes
   EXPECT_NEAR(w[0], 3, 1e-12);
   EXPECT_NEAR(w[1], 1, 1e-12);
   EXPECT_NEAR(w[2], 2, 1e-12);
@@ -657,7 +658,7 @@ TEST(Math3DTest, Parallel3DZeroComponentReportsParallel) {
 // 40 arc seconds of both, and its two directions undo each other.
 TEST(FrameTurn, GalacticToEquatorialMatchesThePoles) {
   auto sepDeg = [](const double a[3], const double b[3]) {
-    return std::acos(std::min(1.0, dot3D(a, b))) * 180.0 / M_PI;
+    return std::acos(std::min(1.0, dot3D(a, b))) * kDegreesPerRadian;
   };
   double pole[3] = {0, 0, 1}, want[3];
   galacticToEquatorial(pole);

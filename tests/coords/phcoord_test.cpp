@@ -7,6 +7,8 @@
 #include <limits>
 #include <string>
 
+#include "coords/constants.h"
+
 namespace {
 
 PHCoord ph(double x, double y, double z, double s) {
@@ -41,7 +43,7 @@ TEST(PHCoordTest, RecordIsFourDoublesInOrder) {
 }
 
 TEST(PHCoordTest, PrintFormats) {
-  EXPECT_EQ(printed(printPHCoord, ph(1, -2.5, 0.1234567, 16.4894)),
+  EXPECT_EQ(printed(printPHCoord, ph(1, -2.5, 0.1234567, kParsecExponent)),
             "1.000000 -2.500000 0.123457 (16.489400)");
   EXPECT_EQ(printed(printPHCoordN, ph(0, 0, 0, -3)), "0.000000 0.000000 0.000000 (-3.000000)\n");
 }
@@ -226,7 +228,7 @@ TEST(PHCoordTest, MultNegatesAndScalesMantissaOnly) {
 TEST(PHCoordTest, Length) {
   EXPECT_EQ(lengthPHCoord(ph(0, 0, 0, 5)), 0.0);
   EXPECT_NEAR(lengthPHCoord(ph(0, 3, 4, 0)), 5.0, 5.0 * 4 * std::numeric_limits<double>::epsilon());
-  EXPECT_NEAR(lengthPHCoord(ph(1, 0, 0, 16.4894)), std::pow(10.0, 16.4894), 1e4);
+  EXPECT_NEAR(lengthPHCoord(ph(1, 0, 0, kParsecExponent)), std::pow(10.0, kParsecExponent), 1e4);
   EXPECT_TRUE(std::isinf(lengthPHCoord(ph(1, 0, 0, 400))));
 }
 

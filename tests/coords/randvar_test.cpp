@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "coords/constants.h"
+
 namespace {
 
 using randvar::kNormalRows;
@@ -49,9 +51,9 @@ TEST(RandvarTest, InverseExponential) {
 }
 
 TEST(RandvarTest, NormalDensity) {
-  EXPECT_NEAR(normalRV(0, 1, 0), 1.0 / std::sqrt(2 * M_PI), 1e-10);
+  EXPECT_NEAR(normalRV(0, 1, 0), 1.0 / std::sqrt(2 * kPi), 1e-10);
   EXPECT_DOUBLE_EQ(normalRV(0, 1, 0), 1.0 / std::sqrt(6.283185307));
-  EXPECT_NEAR(normalRV(5, 2, 7), std::exp(-0.5) / (2 * std::sqrt(2 * M_PI)), 1e-10);
+  EXPECT_NEAR(normalRV(5, 2, 7), std::exp(-0.5) / (2 * std::sqrt(2 * kPi)), 1e-10);
   EXPECT_DOUBLE_EQ(normalRV(5, 2, 3), normalRV(5, 2, 7));
 }
 

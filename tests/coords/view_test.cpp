@@ -4,13 +4,15 @@
 
 #include <type_traits>
 
+#include "coords/constants.h"
+
 namespace {
 
 TEST(ViewTest, PlainRecordCopiedByValue) {
   static_assert(std::is_trivially_copyable_v<View>);
   View a;
   a.viewPos.x = 1;
-  a.viewPos.s = 16.4894;
+  a.viewPos.s = kParsecExponent;
   a.viewDir[0] = 0;
   a.viewDir[1] = 0;
   a.viewDir[2] = -1;
@@ -22,7 +24,7 @@ TEST(ViewTest, PlainRecordCopiedByValue) {
   b.viewPos.s = 0;
   b.fovy = 30;
   EXPECT_EQ(a.viewDir[2], -1);
-  EXPECT_EQ(a.viewPos.s, 16.4894);
+  EXPECT_EQ(a.viewPos.s, kParsecExponent);
   EXPECT_EQ(a.fovy, 45);
   EXPECT_EQ(b.aspect, 1.5);
   EXPECT_EQ(b.viewUp[1], 1);

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "ez_fixtures.h"
+#include "tests/support/failalloc.h"
 #include "tests/support/testutil.h"
 
 using eztest::Bytes;
@@ -38,18 +39,10 @@ Bytes openAndRead(const std::string& path, std::string* err = nullptr) {
   return out;
 }
 
-// Allocator that fails from its n-th call on (counting from 1); 0 never fails.
-int allocCalls = 0;
-int failAt = 0;
-void* failingMalloc(size_t n) {
-  allocCalls++;
-  if (failAt && allocCalls >= failAt) return nullptr;
-  return malloc(n);
-}
+// The container's allocations fail from the n-th on, counting from 1.
 void useFailingAllocator(int n) {
-  allocCalls = 0;
-  failAt = n;
-  setAllocFunc_EZ(failingMalloc, free);
+  testsupport::failAllocAfter(n - 1);
+  setAllocFunc_EZ(testsupport::failingAlloc, free);
 }
 
 // A regular expression that matches exactly s, from start to end.
@@ -64,7 +57,10 @@ std::string exactRegex(const std::string& s) {
 }
 
 struct RestoreAllocator {
-  ~RestoreAllocator() { setAllocFunc_EZ(malloc, free); }
+  ~RestoreAllocator() {
+    setAllocFunc_EZ(malloc, free);
+    testsupport::failAllocAfter(-1);
+  }
 };
 
 }  // namespace

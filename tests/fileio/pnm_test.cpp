@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "tests/support/failalloc.h"
 #include "tests/support/testutil.h"
 
 using testing::internal::CaptureStderr;
@@ -21,15 +22,6 @@ namespace {
 
 std::string bytes(const unsigned char* p, size_t n) {
   return std::string(reinterpret_cast<const char*>(p), n);
-}
-
-int allocCount = 0;
-void* countingMalloc(size_t n) {
-  allocCount++;
-  return malloc(n);
-}
-void* nullMalloc(size_t) {
-  return nullptr;
 }
 
 }  // namespace
@@ -277,15 +269,19 @@ TEST(PNMRead, AllocatorPairIsUsed) {
   TempDir dir;
   unsigned char px[3] = {1, 2, 3};
   writePNM(dir.file("a.pnm").c_str(), "P6", 1, 1, 255, px);
-  allocCount = 0;
-  setAllocFunc_PNM(countingMalloc, free);
   int w, h, m;
   unsigned char* got = nullptr;
-  EXPECT_EQ(readPNM(dir.file("a.pnm").c_str(), "P6", &w, &h, &m, &got), 1);
-  EXPECT_EQ(allocCount, 1);
-  free(got);
-  setAllocFunc_PNM(nullMalloc, free);
-  EXPECT_EQ(readPNM(dir.file("a.pnm").c_str(), "P6", &w, &h, &m, &got), -1);
+  {
+    testsupport::FailAllocScope never(-1);
+    setAllocFunc_PNM(testsupport::failingAlloc, free);
+    EXPECT_EQ(readPNM(dir.file("a.pnm").c_str(), "P6", &w, &h, &m, &got), 1);
+    EXPECT_EQ(testsupport::failingAllocCalls(), 1);
+    free(got);
+  }
+  {
+    testsupport::FailAllocScope always(0);
+    EXPECT_EQ(readPNM(dir.file("a.pnm").c_str(), "P6", &w, &h, &m, &got), -1);
+  }
   setAllocFunc_PNM(malloc, free);
   EXPECT_EQ(ptrPNMMalloc, &malloc);
 }

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "fileio/entropy.h"
+#include "tests/support/failalloc.h"
 #include "tests/support/testutil.h"
 
 using testsupport::fileExists;
@@ -68,15 +69,6 @@ std::vector<unsigned char> flipRows(const std::vector<unsigned char>& px, int w,
   for (int y = 0; y < h; y++)
     memcpy(&out[(h - 1 - y) * w * comps], &px[y * w * comps], static_cast<size_t>(w) * comps);
   return out;
-}
-
-int allocs = 0;
-void* countingMalloc(size_t n) {
-  allocs++;
-  return malloc(n);
-}
-void* nullMalloc(size_t) {
-  return nullptr;
 }
 
 }  // namespace
@@ -329,14 +321,18 @@ TEST(SGI, MissingFileGivesNull) {
 TEST(SGI, AllocatorPairIsUsedForThePixels) {
   TempDir dir;
   writeFile(dir.file("v.sgi"), sgiHeader(2, 1, 1, false) + "ab");
-  allocs = 0;
-  setAllocFunc_SGI(countingMalloc, free);
   int w, h, c;
-  unsigned char* px = read_sgi(dir.file("v.sgi").c_str(), &w, &h, &c);
-  EXPECT_EQ(allocs, 1);
-  free(px);
-  setAllocFunc_SGI(nullMalloc, free);
-  EXPECT_EQ(read_sgi(dir.file("v.sgi").c_str(), &w, &h, &c), nullptr);
+  {
+    testsupport::FailAllocScope never(-1);
+    setAllocFunc_SGI(testsupport::failingAlloc, free);
+    unsigned char* px = read_sgi(dir.file("v.sgi").c_str(), &w, &h, &c);
+    EXPECT_EQ(testsupport::failingAllocCalls(), 1);
+    free(px);
+  }
+  {
+    testsupport::FailAllocScope always(0);
+    EXPECT_EQ(read_sgi(dir.file("v.sgi").c_str(), &w, &h, &c), nullptr);
+  }
   setAllocFunc_SGI(malloc, free);
 }
 
@@ -527,11 +523,13 @@ TEST(TexturePNM, IntoTheCallersBuffer) {
   int w, h, c;
   EXPECT_EQ(read_pnm_tobuf(dir.file("c.ppm").c_str(), &w, &h, &c, buf), buf);
   EXPECT_EQ(bytes(buf, 5), "rgb--");
-  allocs = 0;
-  setAllocFunc_SGI(countingMalloc, free);
-  unsigned char* px = read_pnm_tobuf(dir.file("c.ppm").c_str(), &w, &h, &c, nullptr);
-  EXPECT_EQ(allocs, 1);
-  free(px);
+  {
+    testsupport::FailAllocScope never(-1);
+    setAllocFunc_SGI(testsupport::failingAlloc, free);
+    unsigned char* px = read_pnm_tobuf(dir.file("c.ppm").c_str(), &w, &h, &c, nullptr);
+    EXPECT_EQ(testsupport::failingAllocCalls(), 1);
+    free(px);
+  }
   setAllocFunc_SGI(malloc, free);
 }
 

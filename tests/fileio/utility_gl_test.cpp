@@ -6,7 +6,9 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "coords/constants.h"
 #include "fileio/utility.h"
+#include "tests/support/failalloc.h"
 #include "tests/support/xvfb.h"
 
 using testing::internal::CaptureStderr;
@@ -15,10 +17,6 @@ using testing::internal::GetCapturedStderr;
 namespace {
 
 constexpr int W = 64, H = 48;
-
-void* nullMalloc(size_t) {
-  return nullptr;
-}
 
 class UtilityGL : public testing::Test {
  protected:
@@ -39,7 +37,10 @@ class UtilityGL : public testing::Test {
     glClearDepth(1);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
   }
-  void TearDown() override { setAllocFunc_UTL(malloc, free); }
+  void TearDown() override {
+    setAllocFunc_UTL(malloc, free);
+    testsupport::failAllocAfter(-1);
+  }
 
   // Pixel ortho: one unit a pixel, origin bottom left.
   void pixelOrtho() {
@@ -82,7 +83,8 @@ TEST_F(UtilityGL, ReadImageRowsRunFromTheTopOfTheScreen) {
 }
 
 TEST_F(UtilityGL, ReadImageWithoutMemory) {
-  setAllocFunc_UTL(nullMalloc, free);
+  testsupport::failAllocAfter(0);
+  setAllocFunc_UTL(testsupport::failingAlloc, free);
   CaptureStderr();
   EXPECT_EQ(readImage(GL_BACK, 0, 0, W, H), nullptr);
   EXPECT_EQ(GetCapturedStderr(), "readImg : Not enough memory to allocate for img!\n\n");
@@ -125,7 +127,8 @@ TEST_F(UtilityGL, WriteRawDepthFailures) {
   EXPECT_EQ(writeRawDepth(depth.data(), 10, 10, 0, 1), -1);
   EXPECT_EQ(GetCapturedStderr(), "writeRawDepth : size of depth map doesn't match current window size!\n\n");
   std::vector<float> full(W * H, 0.5f);
-  setAllocFunc_UTL(nullMalloc, free);
+  testsupport::failAllocAfter(0);
+  setAllocFunc_UTL(testsupport::failingAlloc, free);
   CaptureStderr();
   EXPECT_EQ(writeRawDepth(full.data(), W, H, 0, 1), -1);
   EXPECT_EQ(readRawDepth(0, 1), nullptr);
@@ -155,7 +158,7 @@ TEST_F(UtilityGL, ReadDepthGivesDistancesFromTheEye) {
   ASSERT_NE(dist, nullptr);
   // At the centre the distance is the wall's 5; at a corner it is 5 / cos of the angle.
   EXPECT_NEAR(dist[(H / 2) * W + W / 2], 5.0f, 0.05f);
-  double tanHalf = tan(30.0 * M_PI / 180.0);
+  double tanHalf = tan(30.0 * kRadiansPerDegree);
   double cornerX = tanHalf * double(W) / H * 5, cornerY = tanHalf * 5;
   double corner = sqrt(cornerX * cornerX + cornerY * cornerY + 25);
   EXPECT_NEAR(dist[0], corner, 0.1);

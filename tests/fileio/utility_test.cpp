@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "tests/support/failalloc.h"
 #include "tests/support/testutil.h"
 
 using testing::internal::CaptureStderr;
@@ -17,12 +18,10 @@ using testing::internal::GetCapturedStdout;
 
 namespace {
 
-void* nullMalloc(size_t) {
-  return nullptr;
-}
-
+// Every allocation of the utilities fails while it lives.
 struct NullAllocator {
-  NullAllocator() { setAllocFunc_UTL(nullMalloc, free); }
+  testsupport::FailAllocScope always{0};
+  NullAllocator() { setAllocFunc_UTL(testsupport::failingAlloc, free); }
   ~NullAllocator() { setAllocFunc_UTL(malloc, free); }
 };
 
@@ -179,13 +178,15 @@ TEST(UtilityDeath, UpsidedownWithoutMemoryEndsTheProcess) {
   float depth[2] = {1, 2};
   EXPECT_EXIT(
       {
-        setAllocFunc_UTL(nullMalloc, free);
+        testsupport::failAllocAfter(0);
+        setAllocFunc_UTL(testsupport::failingAlloc, free);
         upsidedownImage(img, 1, 2);
       },
       testing::ExitedWithCode(1), "^upsidedownImage : Not enough memory to allocate for buf!\n\n$");
   EXPECT_EXIT(
       {
-        setAllocFunc_UTL(nullMalloc, free);
+        testsupport::failAllocAfter(0);
+        setAllocFunc_UTL(testsupport::failingAlloc, free);
         upsidedownDepth(depth, 1, 2);
       },
       testing::ExitedWithCode(1), "^upsidedownDepth : Not enough memory to allocate for buf!\n\n$");

@@ -10,6 +10,7 @@
 
 #include "model/glm.h"
 #include "tests/model/glm_testutil.h"
+#include "tests/support/failalloc.h"
 #include "tests/support/testutil.h"
 
 using glmtest::inChild;
@@ -210,22 +211,13 @@ TEST(GlmDrawMessages, TextureFailuresEndTheProcessAtTheFirstDraw) {
   }
 }
 
-namespace {
-int allowedBlocks = 0;
-void* limitedMalloc(size_t n) {
-  if (allowedBlocks <= 0) return nullptr;
-  allowedBlocks--;
-  return malloc(n);
-}
-}  // namespace
-
 TEST(GlmDrawMessages, SortArraysThatCannotBeHadLeaveTheDraw) {
   TempDir dir;
   writeFile(dir.file("bare.obj"), std::string(kTriangle) + "f 1 2 3\n");
   auto r = inChild([&] {
     _GLMmodel* m = glmReadOBJQuiet(dir.file("bare.obj").c_str());
-    allowedBlocks = 0;
-    glmSetPtr(limitedMalloc, free);
+    testsupport::failAllocAfter(0);
+    glmSetPtr(testsupport::failingAlloc, free);
     glmDraw(m, GLM_ZSORT);
     glmSetPtr(malloc, free);
     printf("back\n");
@@ -241,8 +233,8 @@ TEST(GlmDrawMessages, TexturePixelsThatCannotBeHadEndTheProcess) {
   std::string path = texturedModel(dir, "Td modulate img.ppm");
   auto r = inChild([&] {
     _GLMmodel* m = glmReadOBJQuiet(path.c_str());
-    allowedBlocks = 1;  // the path buffer, but not the pixels
-    glmSetPtr(limitedMalloc, free);
+    testsupport::failAllocAfter(1);  // the path buffer, but not the pixels
+    glmSetPtr(testsupport::failingAlloc, free);
     glmDraw(m, GLM_NONE);
   });
   EXPECT_EQ(r.status, 1);
@@ -254,8 +246,8 @@ TEST(GlmDrawMessages, ExhaustedMemoryEndsTheProcess) {
   writeFile(dir.file("bare.obj"), std::string(kTriangle) + "f 1 2 3\n");
   for (int quiet = 0; quiet < 2; quiet++) {
     auto r = inChild([&] {
-      allowedBlocks = 0;
-      glmSetPtr(limitedMalloc, free);
+      testsupport::failAllocAfter(0);
+      glmSetPtr(testsupport::failingAlloc, free);
       glmReadOBJ_actual(dir.file("bare.obj").c_str(), quiet);
     });
     EXPECT_EQ(r.status, 1);
@@ -264,8 +256,8 @@ TEST(GlmDrawMessages, ExhaustedMemoryEndsTheProcess) {
   }
   auto r = inChild([&] {
     _GLMmodel* m = glmReadOBJQuiet(dir.file("bare.obj").c_str());
-    allowedBlocks = 0;
-    glmSetPtr(limitedMalloc, free);
+    testsupport::failAllocAfter(0);
+    glmSetPtr(testsupport::failingAlloc, free);
     glmFacetNormals(m);
   });
   EXPECT_EQ(r.status, 1);

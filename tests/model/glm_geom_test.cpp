@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "coords/constants.h"
 #include "model/glm.h"
 #include "tests/model/glm_testutil.h"
 #include "tests/support/testutil.h"
@@ -318,8 +319,8 @@ TEST(GlmGeom, SpheremapTexture) {
   glmSpheremapTexture(m);
   ASSERT_EQ(m->numtexcoords, 3u);
   // (0, 0, 1): x and y are 0, so phi = 1.5707964 and theta = 1.5707961
-  EXPECT_NEAR(m->texcoords[2], 1.5707961f / 3.14159265f, 1e-7);
-  EXPECT_NEAR(m->texcoords[3], 1.5707964f / 3.14159265f, 1e-7);
+  EXPECT_NEAR(m->texcoords[2], 1.5707961f / static_cast<float>(kPi), 1e-7);
+  EXPECT_NEAR(m->texcoords[3], 1.5707964f / static_cast<float>(kPi), 1e-7);
   // (1, 0, 0): r is 0
   EXPECT_EQ(m->texcoords[4], 0.0f);
   EXPECT_EQ(m->texcoords[5], 0.0f);

@@ -8,6 +8,7 @@
 #include "fileio/entropy.h"
 #include "model/glm.h"
 #include "tests/model/glm_testutil.h"
+#include "tests/support/failalloc.h"
 #include "tests/support/testutil.h"
 
 using glmtest::inChild;
@@ -503,15 +504,11 @@ TEST(GlmRead, AddGroupReturnsTheExistingGroup) {
 }
 
 namespace {
-int liveBlocks = 0;
-int totalBlocks = 0;
-void* countingMalloc(size_t n) {
-  liveBlocks++;
-  totalBlocks++;
-  return malloc(n);
-}
+// The release half of the pair: the shared allocator counts the blocks given, this the ones
+// given back.
+int freedBlocks = 0;
 void countingFree(void* p) {
-  liveBlocks--;
+  freedBlocks++;
   free(p);
 }
 }  // namespace
@@ -519,15 +516,17 @@ void countingFree(void* p) {
 TEST(GlmRead, EveryBlockGoesThroughTheAllocatorPair) {
   TempDir dir;
   writeFile(dir.file("m.mtl"), "newmtl a\n");
-  glmSetPtr(countingMalloc, countingFree);
+  testsupport::FailAllocScope never(-1);
+  freedBlocks = 0;
+  glmSetPtr(testsupport::failingAlloc, countingFree);
   _GLMmodel* m = readText(dir, "a.obj", std::string("mtllib m.mtl\n") + kQuad + "g a\nf 1 2 3 4\n");
   ASSERT_NE(m, nullptr);
   glmFacetNormals(m);
   glmVertexNormals(m, 90.0f);
-  EXPECT_GT(totalBlocks, 8);
+  EXPECT_GT(testsupport::failingAllocCalls(), 8);
   glmDelete(m);
   glmSetPtr(malloc, free);
-  EXPECT_EQ(liveBlocks, 0);
+  EXPECT_EQ(freedBlocks, testsupport::failingAllocCalls());
 }
 
 #ifndef NDEBUG

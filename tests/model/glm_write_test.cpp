@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "coords/constants.h"
 #include "model/glm.h"
 #include "tests/model/glm_testutil.h"
 #include "tests/support/testutil.h"
@@ -330,7 +331,7 @@ TEST(GlmWrite, AnotherReaderLoadsTheWrittenModel) {
   const int rings = 6, segments = 8;
   for (int r = 0; r <= rings; r++)
     for (int s = 0; s < segments; s++) {
-      double th = M_PI * r / rings, ph = 2 * M_PI * s / segments;
+      double th = kPi * r / rings, ph = 2 * kPi * s / segments;
       char buf[128];
       snprintf(buf, sizeof(buf), "v %.6f %.6f %.6f\n", std::sin(th) * std::cos(ph) + 0.001 * r,
                std::sin(th) * std::sin(ph) + 0.001 * s, std::cos(th));

@@ -144,14 +144,14 @@ const Catalog& source() {
 // Galactic l, b of a J2000 direction by the closed formulas with the IAU constants, independent
 // of the builders' rotation matrix.
 void iauLb(double ra, double dec, double& l, double& b) {
-  const double aG = 192.85948 * kDeg, dG = 27.12825 * kDeg, lN = 122.93192 * kDeg;
-  ra *= kDeg;
-  dec *= kDeg;
+  const double aG = 192.85948 * kRadiansPerDegree, dG = 27.12825 * kRadiansPerDegree, lN = 122.93192 * kRadiansPerDegree;
+  ra *= kRadiansPerDegree;
+  dec *= kRadiansPerDegree;
   b = std::asin(std::sin(dec) * std::sin(dG) + std::cos(dec) * std::cos(dG) * std::cos(ra - aG));
   l = lN - std::atan2(std::cos(dec) * std::sin(ra - aG),
                       std::sin(dec) * std::cos(dG) - std::cos(dec) * std::sin(dG) * std::cos(ra - aG));
-  l = std::fmod(l / kDeg + 360.0, 360.0);
-  b /= kDeg;
+  l = std::fmod(l / kRadiansPerDegree + 360.0, 360.0);
+  b /= kRadiansPerDegree;
 }
 
 Image map(const std::string& name) {
@@ -245,7 +245,7 @@ Vec3 boxCentre(const std::vector<Vec3>& v) {
 }
 
 double angleDeg(const Vec3& a, const Vec3& b) {
-  return std::acos(std::fmin(1.0, dot(normalized(a), normalized(b)))) / kDeg;
+  return std::acos(std::fmin(1.0, dot(normalized(a), normalized(b)))) / kRadiansPerDegree;
 }
 
 }  // namespace
@@ -306,8 +306,8 @@ TEST(SkyDataFiles, KnownStarsArePlacedAndMeasuredAsPublished) {
   }
   EXPECT_EQ(f.lines[f.byHic.at(32349)].hd, 48915);
   EXPECT_EQ(f.lines[f.byHic.at(87937)].hd, 0);  // Barnard's star has no HD number
-  EXPECT_DOUBLE_EQ(f.factor, 3.0856776);
-  EXPECT_DOUBLE_EQ(f.exponent, 16);
+  EXPECT_DOUBLE_EQ(f.factor, kParsecMantissa);
+  EXPECT_DOUBLE_EQ(f.exponent, kParsecPower);
 }
 
 TEST(SkyDataFiles, CountsPerSetMatchTheSource) {

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 
+#include "coords/constants.h"
 #include "model/glm.h"
 #include "stars/colormap.h"
 #include "stars/star.h"
@@ -59,7 +60,7 @@ TEST(SkyDataReaders, EveryStarSetReadsWithTheStarReader) {
       EXPECT_STREQ(s.spClass, "A");
       EXPECT_STREQ(s.spType, "V");
       // pos.s is log10 of the distance in metres: 2.637 pc.
-      EXPECT_NEAR(s.pos.s, std::log10(1000.0 / 379.21 * 3.0856776e16), 1e-4);
+      EXPECT_NEAR(s.pos.s, std::log10(1000.0 / 379.21 * kParsecMantissa) + kParsecPower, 1e-4);
       ASSERT_EQ(list.getStarByHD(&s, 128620), 1);
       EXPECT_STREQ(s.commonName, "Rigil Kentaurus");
     }

@@ -27,7 +27,7 @@ using testsupport::writeFile;
 namespace {
 
 double angle(const Vec3& a, const Vec3& b) {
-  return std::acos(std::fmin(1.0, dot(normalized(a), normalized(b)))) / kDeg;
+  return std::acos(std::fmin(1.0, dot(normalized(a), normalized(b)))) / kRadiansPerDegree;
 }
 
 void put32(std::string& s, uint32_t v) {
@@ -172,8 +172,9 @@ TEST(StarLine, WritesTheFieldsOfTheStarFormat) {
   ASSERT_EQ(n, 22) << line;
   EXPECT_NEAR(std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]), 1000.0 / 379.21, 1e-6);
   EXPECT_NEAR(v[3], 1.58 / 379.21, 1e-6);
-  // Tangential speed: 4.74 km/s per arcsec/yr per parsec.
-  EXPECT_NEAR(std::sqrt(v[4] * v[4] + v[5] * v[5] + v[6] * v[6]), 4.74047 * 1.33945 * 2.637, 0.01);
+  // Tangential speed: one AU per year per arcsec/yr and parsec.
+  EXPECT_NEAR(std::sqrt(v[4] * v[4] + v[5] * v[5] + v[6] * v[6]), kKmPerSecondPerAuPerYear * 1.33945 * 2.637,
+              0.01);
   EXPECT_NEAR(v[11], std::pow(10.0, -0.4 * (-1.45 + 5 * std::log10(379.21) - 10)), 1e-3);
   EXPECT_STREQ(cls, "A");
   EXPECT_FLOAT_EQ(num, 1);
@@ -185,10 +186,10 @@ TEST(StarLine, WritesTheFieldsOfTheStarFormat) {
   EXPECT_NEAR(v[0] * v[4] + v[1] * v[5] + v[2] * v[6], 0.0, 1e-4);  // printed to six digits
   // Its east and north parts are those of the proper motion: Sirius moves west and south.
   const Vec3 vEq = galacticToEquatorial(Vec3{v[4], v[5], v[6]});
-  const double ra = 101.28716 * kDeg, dec = -16.71612 * kDeg;
+  const double ra = 101.28716 * kRadiansPerDegree, dec = -16.71612 * kRadiansPerDegree;
   const Vec3 east = {-std::sin(ra), std::cos(ra), 0};
   const Vec3 north = {-std::sin(dec) * std::cos(ra), -std::sin(dec) * std::sin(ra), std::cos(dec)};
-  const double k = 4.740470 * (1000.0 / 379.21) / 1000.0;  // km/s per mas/yr at Sirius
+  const double k = kKmPerSecondPerAuPerYear * (1000.0 / 379.21) / 1000.0;  // km/s per mas/yr at Sirius
   EXPECT_NEAR(dot(vEq, east), k * -546.01, 0.01);
   EXPECT_NEAR(dot(vEq, north), k * -1223.07, 0.01);
 }
@@ -311,7 +312,8 @@ TEST(SkyMaps, StarlightLandsOnThePixelOfTheStar) {
   const std::vector<double> f = starlightFlux(recs, 'V', 360, 180);
   int x, y;
   lbToPixel(227.2303, -8.8903, 360, 180, x, y);
-  EXPECT_NEAR(f[y * 360 + x], std::pow(10.0, 0.4 * 1.45) / std::cos((90 - (y + 0.5)) * kDeg), 1e-9);
+  EXPECT_NEAR(f[y * 360 + x], std::pow(10.0, 0.4 * 1.45) / std::cos((90 - (y + 0.5)) * kRadiansPerDegree),
+              1e-9);
   double sum = 0;
   for (double v : f) sum += v;
   EXPECT_NEAR(sum, f[y * 360 + x], 1e-12);

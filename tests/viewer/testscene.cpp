@@ -18,10 +18,10 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <vector>
 
+#include "fileio/common.h"
 #include "viewer/panel.h"
 #include "viewer/tarnwick.h"
 
@@ -163,7 +163,7 @@ int initScene(int argc, char** argv) {
       drawQuad = 1;
     }
   }
-  snprintf(titleStr, sizeof titleStr, "viewer test scene");
+  copyText(titleStr, "viewer test scene", sizeof titleStr);
   keyboardCBFuncPtr = sceneKey;
   idleCBFuncPtr = sceneIdle;
   if (useEye || fovy > 0.0) {

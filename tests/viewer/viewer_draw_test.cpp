@@ -8,6 +8,7 @@
 #include <set>
 #include <string>
 
+#include "coords/constants.h"
 #include "tests/support/xvfb.h"
 #include "tests/viewer/recorder.h"
 #include "viewer/tarnwick.h"
@@ -57,7 +58,7 @@ bool project(double x, double y, double z, double* wx, double* wy) {
 
 // Point on the grid sphere at longitude and latitude, in the galactic frame.
 void skyPoint(double lon, double lat, double* p) {
-  double l = lon * M_PI / 180.0, b = lat * M_PI / 180.0;
+  double l = lon * kRadiansPerDegree, b = lat * kRadiansPerDegree;
   p[0] = 1000.0 * cos(l) * cos(b);
   p[1] = 1000.0 * sin(l) * cos(b);
   p[2] = 1000.0 * sin(b);
@@ -131,11 +132,11 @@ TEST(ViewerPowerCubes, ViewerAtTheOriginShowsFourCubes) {
 TEST(ViewerPowerCubes, ParsecCubesCountInParsecs) {
   int powers[7];
   float alphas[7];
-  int n = powerCubeChoice(16.4894, 16.4894, powers, alphas);
+  int n = powerCubeChoice(kParsecExponent, kParsecExponent, powers, alphas);
   ASSERT_EQ(n, 4);
   EXPECT_EQ(powers[0], -2);
   EXPECT_EQ(powers[3], 1);
-  n = powerCubeChoice(20.4894, 16.4894, powers, alphas);  // 10^4 parsecs
+  n = powerCubeChoice(kParsecExponent + 4, kParsecExponent, powers, alphas);  // 10^4 parsecs
   ASSERT_EQ(n, 4);
   EXPECT_EQ(powers[0], 2);
   EXPECT_EQ(powers[3], 5);
@@ -481,7 +482,7 @@ TEST_F(ViewerDraw, TwoDimensionalTextBlankIsItsOwnWidth) {
 
 TEST_F(ViewerDraw, BillboardTextAlignmentAndPadding) {
   // Eye units at distance 2 with a field of view of 60: 128 / (2 tan 30) pixels each.
-  const double pixels = 128.0 / (2.0 * std::tan(30.0 * M_PI / 180.0));
+  const double pixels = 128.0 / (2.0 * std::tan(30.0 * kRadiansPerDegree));
   int left[3], right[3];
   for (int alignment = 0; alignment < 3; ++alignment) {
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);

@@ -16,9 +16,11 @@
 #include <thread>
 #include <vector>
 
+#include "coords/constants.h"
 #include "tests/support/testutil.h"
 #include "tests/support/xvfb.h"
 #include "tests/viewer/usage_text.h"
+#include "viewer/tarnwick.h"
 
 namespace {
 
@@ -410,7 +412,7 @@ TEST(ViewerProgram, LeftDragRotatesTheModelAndASlowReleaseStartsNoSpin) {
   EXPECT_EQ(after["idleRotModel"][0], 0);
   // 90 pixels at fovy 60: 90 * 0.5 * 60 / 90 = 30 degrees about the eye's y axis, about the
   // model's origin (here the eye itself).
-  const double a = 30.0 * M_PI / 180.0;
+  const double a = 30.0 * kRadiansPerDegree;
   const double r[16] = {cos(a), 0, -sin(a), 0, 0, 1, 0, 0, sin(a), 0, cos(a), 0, 0, 0, 0, 1};
   double want[16];
   mul(r, before["modelview"].data(), want);
@@ -451,7 +453,7 @@ TEST(ViewerProgram, QuickThrowStartsASpin) {
 // ---- Pixels -------------------------------------------------------------------------------
 
 TEST(ViewerProgram, AxesAppearWhereTheyMust) {
-  SceneRun run({"-eye", "-3", "-2", "1.5", "-menu", "105"});
+  SceneRun run({"-eye", "-3", "-2", "1.5", "-menu", std::to_string(kMenuShowAxes)});
   REQUIRE_RUN(run);
   auto st = run.readyState();
   std::string rgb = run.rgbBytes();
@@ -474,13 +476,13 @@ TEST(ViewerProgram, AxesAppearWhereTheyMust) {
 }
 
 TEST(ViewerProgram, GalacticGridAppearsWhereItMust) {
-  SceneRun run({"-menu", "111"});
+  SceneRun run({"-menu", std::to_string(kMenuShowGalGrid)});
   REQUIRE_RUN(run);
   auto st = run.readyState();
   std::string rgb = run.rgbBytes();
   ASSERT_EQ(rgb.size(), 256u * 256u * 3u);
   auto sky = [](double lon, double lat, double* p) {
-    double l = lon * M_PI / 180, b = lat * M_PI / 180;
+    double l = lon * kRadiansPerDegree, b = lat * kRadiansPerDegree;
     p[0] = 1000 * cos(l) * cos(b);
     p[1] = 1000 * sin(l) * cos(b);
     p[2] = 1000 * sin(b);

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "coords/constants.h"
 #include "coords/math3D.h"
 #include "tests/viewer/recorder.h"
 #include "viewer/tarnwick.h"
@@ -57,7 +58,7 @@ void rotation(double angleDeg, double x, double y, double z, double out[16]) {
   x /= len;
   y /= len;
   z /= len;
-  double a = angleDeg * M_PI / 180.0, c = std::cos(a), s = std::sin(a), t = 1 - c;
+  double a = angleDeg * kRadiansPerDegree, c = std::cos(a), s = std::sin(a), t = 1 - c;
   const double r[16] = {t * x * x + c,
                         t * x * y + s * z,
                         t * x * z - s * y,
@@ -222,9 +223,9 @@ TEST_F(ViewerInput, LetterKeysReachTheirMenuItems) {
   keyboard('k', 0, 0);
   EXPECT_EQ(frameRateFlag, 1);
   keyboard('m', 0, 0);
-  EXPECT_EQ(useMaterial, 8);
+  EXPECT_EQ(useMaterial, kRenderColor);
   keyboard('s', 0, 0);
-  EXPECT_EQ(useSmooth, 1);
+  EXPECT_EQ(useSmooth, kRenderFlat);
   keyboard('T', 0, 0);
   EXPECT_EQ(useTexture, 0);
   // "c" is in the help text but does nothing; the movie keys do nothing without a movie.
@@ -477,7 +478,7 @@ TEST_F(ViewerInput, AltMiddleDragChangesTheFieldOfView) {
   expectMatrix(got, start);
   double pr[16];
   glGetDoublev(GL_PROJECTION_MATRIX, pr);
-  EXPECT_NEAR(pr[5], 1.0 / tan(62.5 / 2 / 180.0 * M_PI), 1e-6);
+  EXPECT_NEAR(pr[5], 1.0 / tan(62.5 / 2 * kRadiansPerDegree), 1e-6);
 }
 
 TEST_F(ViewerInput, SensitivityScalesTheDrag) {

@@ -9,6 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "coords/constants.h"
+#include "fileio/common.h"
+#include "model/glm.h"
 #include "tests/support/xvfb.h"
 #include "tests/viewer/recorder.h"
 #include "tests/viewer/usage_text.h"
@@ -195,9 +198,9 @@ TEST_F(ViewerFramework, StartValuesOfTheTables) {
   EXPECT_TRUE(glIsEnabled(GL_LIGHT0));
   EXPECT_FALSE(glIsEnabled(GL_LIGHT1));
   EXPECT_EQ(powercubeAlpha, 1.0f);
-  EXPECT_EQ(useSmooth, 2);
-  EXPECT_EQ(useMaterial, 16);
-  EXPECT_EQ(useTexture, 4);
+  EXPECT_EQ(useSmooth, kRenderSmooth);
+  EXPECT_EQ(useMaterial, kRenderMaterial);
+  EXPECT_EQ(useTexture, kRenderTexture);
   EXPECT_EQ(fixAspectRatio, 1);
   EXPECT_EQ(jitterSize, 1);
   float position[4];
@@ -226,7 +229,7 @@ TEST_F(ViewerFramework, ResetViewMatricesHaveTheFixedPlanes) {
   resetView(&view);
   double mv[16], pr[16];
   readMatrices(mv, pr);
-  double f = 1.0 / tan(25.0 / 180.0 * M_PI);
+  double f = 1.0 / tan(25.0 * kRadiansPerDegree);
   EXPECT_NEAR(pr[0], f / 2.0, 1e-6);
   EXPECT_NEAR(pr[5], f, 1e-6);
   // OpenGL keeps its matrices in single precision.
@@ -274,7 +277,7 @@ TEST_F(ViewerFramework, ShearedViewsPrintTheirLineAndZoomIntoAQuarter) {
   const char* lines[4] = {"sheared view (zoom to left-top)\n", "sheared view (zoom to right-top)\n",
                           "sheared view (zoom to left-bottom)\n", "sheared view (zoom to right-bottom)\n"};
   const double nearPlane = 0.009999999776482582;
-  double hh = tan(60.0 / 180.0 * M_PI / 2.0) * nearPlane, hw = hh;
+  double hh = tan(60.0 * kRadiansPerDegree / 2.0) * nearPlane, hw = hh;
   const double lrbt[4][4] = {{-hw, 0, 0, hh}, {0, hw, 0, hh}, {-hw, 0, -hh, 0}, {0, hw, -hh, 0}};
   for (int state = 1; state <= 4; ++state) {
     viewShearState = state;
@@ -320,7 +323,7 @@ TEST_F(ViewerFramework, ReshapeIgnoresTheShearedView) {
   readMatrices(mv, pr);
   EXPECT_EQ(pr[8], 0.0);  // a plain perspective again
   EXPECT_EQ(pr[9], 0.0);
-  EXPECT_NEAR(pr[5], 1.0 / tan(30.0 / 180.0 * M_PI), 1e-6);
+  EXPECT_NEAR(pr[5], 1.0 / tan(30.0 * kRadiansPerDegree), 1e-6);
   viewShearState = 0;
 }
 
@@ -331,14 +334,14 @@ TEST_F(ViewerFramework, PlainFrameHandsTheRenderModeAndScale) {
   ASSERT_EQ(sceneCalls.size(), 1u);
   EXPECT_EQ(sceneCalls[0].frameNum, -1.0);
   EXPECT_EQ(sceneCalls[0].nFrames, -1);
-  EXPECT_EQ(sceneCalls[0].renderMode, 16u | 2u | 4u);
+  EXPECT_EQ(sceneCalls[0].renderMode, (unsigned int)(kRenderMaterial | kRenderSmooth | kRenderTexture));
   EXPECT_EQ(sceneCalls[0].logScale, currLogScale);
   EXPECT_EQ(sceneCalls[0].pickMode, 0);
-  menuSelect(101);
-  menuSelect(102);
-  menuSelect(103);
+  menuSelect(kMenuSmooth);
+  menuSelect(kMenuMaterial);
+  menuSelect(kMenuTexture);
   display();
-  EXPECT_EQ(sceneCalls.back().renderMode, 8u | 1u);
+  EXPECT_EQ(sceneCalls.back().renderMode, (unsigned int)(kRenderColor | kRenderFlat));
   EXPECT_EQ(frameNum, -1.0);
 }
 
@@ -448,14 +451,14 @@ TEST_F(ViewerFramework, SceneStartsWithLightAndTextureOnAndLeavesNothingBehind) 
 }
 
 TEST_F(ViewerFramework, FrameRatePrintGoesToStandardError) {
-  menuSelect(13);
+  menuSelect(kMenuFrameRate);
   EXPECT_EQ(frameRateFlag, 1);
   testing::internal::CaptureStderr();
   display();
   std::string err = testing::internal::GetCapturedStderr();
   // Processor time only: a frame that took none gives infinity, printed as it is.
   EXPECT_TRUE(std::regex_match(err, std::regex("FrameRate = (inf|[0-9]+\\.[0-9]{6}) Hz\n"))) << err;
-  menuSelect(13);
+  menuSelect(kMenuFrameRate);
   EXPECT_EQ(frameRateFlag, 0);
 }
 
@@ -527,10 +530,10 @@ TEST_F(ViewerFramework, HelpTextWordForWord) {
   testing::internal::CaptureStderr();
   EXPECT_EQ(menuHelp(), 0);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), kHelpText);
-  // Key "h" and menu item 11 give the same.
+  // Key "h" and the Help item give the same.
   testing::internal::CaptureStderr();
   keyboard('h', 0, 0);
-  menuSelect(11);
+  menuSelect(kMenuHelp);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), std::string(kHelpText) + kHelpText);
 }
 
@@ -586,8 +589,12 @@ TEST_F(ViewerFramework, GeneralItemsTurnTheirFlagsOver) {
   struct Item {
     int item;
     int* flag;
-  } items[] = {{105, &showAxesFlag}, {106, &showCubesFlag}, {107, &showParsecCubesFlag},
-               {111, &showGalGrid},  {112, &showEqnGrid},   {113, &showSphGridDetail}};
+  } items[] = {{kMenuShowAxes, &showAxesFlag},
+               {kMenuShowMeterCubes, &showCubesFlag},
+               {kMenuShowParsecCubes, &showParsecCubesFlag},
+               {kMenuShowGalGrid, &showGalGrid},
+               {kMenuShowEqnGrid, &showEqnGrid},
+               {kMenuGridDetail, &showSphGridDetail}};
   for (const Item& it : items) {
     int before = *it.flag;
     EXPECT_EQ(menuSelectGeneral(it.item), 1);
@@ -595,42 +602,42 @@ TEST_F(ViewerFramework, GeneralItemsTurnTheirFlagsOver) {
     menuSelect(it.item);
     EXPECT_EQ(*it.flag, before) << it.item;
   }
-  EXPECT_EQ(menuSelectGeneral(100), 0);
-  EXPECT_EQ(menuSelectGeneral(114), 0);
-  menuSelect(104);
+  EXPECT_EQ(menuSelectGeneral(kMenuGeneralFirst - 1), 0);
+  EXPECT_EQ(menuSelectGeneral(kMenuGeneralLast + 1), 0);
+  menuSelect(kMenuAntiAlias);
   EXPECT_EQ(antiAliasFlag, 0);
   EXPECT_FALSE(glIsEnabled(GL_LINE_SMOOTH));
   EXPECT_FALSE(glIsEnabled(GL_POINT_SMOOTH));
-  menuSelect(104);
+  menuSelect(kMenuAntiAlias);
   EXPECT_EQ(antiAliasFlag, 1);
   EXPECT_TRUE(glIsEnabled(GL_LINE_SMOOTH));
 }
 
 TEST_F(ViewerFramework, RenderModeItemsSwitchBetweenTheirTwoValues) {
-  menuSelect(101);
-  EXPECT_EQ(useSmooth, 1);
-  menuSelect(101);
-  EXPECT_EQ(useSmooth, 2);
-  menuSelect(102);
-  EXPECT_EQ(useMaterial, 8);
-  menuSelect(102);
-  EXPECT_EQ(useMaterial, 16);
-  menuSelect(103);
+  menuSelect(kMenuSmooth);
+  EXPECT_EQ(useSmooth, kRenderFlat);
+  menuSelect(kMenuSmooth);
+  EXPECT_EQ(useSmooth, kRenderSmooth);
+  menuSelect(kMenuMaterial);
+  EXPECT_EQ(useMaterial, kRenderColor);
+  menuSelect(kMenuMaterial);
+  EXPECT_EQ(useMaterial, kRenderMaterial);
+  menuSelect(kMenuTexture);
   EXPECT_EQ(useTexture, 0);
-  menuSelect(103);
-  EXPECT_EQ(useTexture, 4);
+  menuSelect(kMenuTexture);
+  EXPECT_EQ(useTexture, kRenderTexture);
 }
 
 TEST_F(ViewerFramework, PolygonModeItems) {
   int mode[2];
-  menuSelect(109);
+  menuSelect(kMenuPolygonLine);
   glGetIntegerv(GL_POLYGON_MODE, mode);
   EXPECT_EQ(mode[0], GL_LINE);
   EXPECT_EQ(mode[1], GL_LINE);
-  menuSelect(110);
+  menuSelect(kMenuPolygonPoint);
   glGetIntegerv(GL_POLYGON_MODE, mode);
   EXPECT_EQ(mode[0], GL_POINT);
-  menuSelect(108);
+  menuSelect(kMenuPolygonFill);
   glGetIntegerv(GL_POLYGON_MODE, mode);
   EXPECT_EQ(mode[0], GL_FILL);
 }
@@ -640,7 +647,7 @@ TEST_F(ViewerFramework, ResetViewItemStopsSpinsAndGoesToTheDefaultView) {
   glRotated(30, 1, 0, 0);
   glTranslated(1, 2, 3);
   idleRotModel = 1;
-  menuSelect(12);
+  menuSelect(kMenuResetView);
   EXPECT_EQ(idleRotModel, 0);
   double mv[16], pr[16];
   readMatrices(mv, pr);
@@ -653,13 +660,13 @@ TEST_F(ViewerFramework, ResetViewItemStopsSpinsAndGoesToTheDefaultView) {
 
 TEST_F(ViewerFramework, AboutPrintsOnlyWithPrintEnable) {
   testing::internal::CaptureStderr();
-  menuSelect(14);
+  menuSelect(kMenuAbout);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   printEnable = 1;
-  snprintf(titleStr, sizeof titleStr, "T");
-  snprintf(aboutStr, sizeof aboutStr, "A");
+  copyText(titleStr, "T", sizeof titleStr);
+  copyText(aboutStr, "A", sizeof aboutStr);
   testing::internal::CaptureStderr();
-  menuSelect(14);
+  menuSelect(kMenuAbout);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "\nT\n\nA\n");
   printEnable = 0;
 }
@@ -674,7 +681,7 @@ TEST_F(ViewerFramework, LightStatusWordForWord) {
 
 TEST_F(ViewerFramework, LightItems) {
   testing::internal::CaptureStderr();
-  EXPECT_EQ(menuSelectLight(2003), 1);
+  EXPECT_EQ(menuSelectLight(kMenuControlLight0 + 3), 1);
   std::string err = testing::internal::GetCapturedStderr();
   EXPECT_EQ(controlledLightID, 3);
   EXPECT_EQ(lightON[3], 1);
@@ -684,27 +691,27 @@ TEST_F(ViewerFramework, LightItems) {
             "\n  Light control ID: 3 turned ON.\n"
             "  Lights: 0(on), 1(off), 2(off), 3(on), 4(off), 5(off), 6(off), 7(off)\n\n");
   testing::internal::CaptureStderr();
-  menuSelect(2103);
+  menuSelect(kMenuToggleLight0 + 3);
   testing::internal::GetCapturedStderr();
   EXPECT_EQ(lightON[3], 0);
   EXPECT_FALSE(glIsEnabled(GL_LIGHT3));
   testing::internal::CaptureStderr();
-  menuSelect(201);
+  menuSelect(kMenuLightDir);
   testing::internal::GetCapturedStderr();
   EXPECT_EQ(showLightDir, 1);
   testing::internal::CaptureStderr();
-  menuSelect(201);
+  menuSelect(kMenuLightDir);
   testing::internal::GetCapturedStderr();
   EXPECT_EQ(showLightDir, 0);
-  EXPECT_EQ(menuSelectLight(2008), 0);
-  EXPECT_EQ(menuSelectLight(203), 0);
+  EXPECT_EQ(menuSelectLight(kMenuControlLight0 + kViewerLightCount), 0);
+  EXPECT_EQ(menuSelectLight(kMenuPrintLights + 1), 0);
 }
 
 TEST_F(ViewerFramework, ControlledLightIsTurnedOnWithANoteOnlyWithPrintEnable) {
   printEnable = 1;
   useGLUTMenu = 0;
   testing::internal::CaptureStderr();
-  menuSelect(2005);
+  menuSelect(kMenuControlLight0 + 5);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "Turn on the light you want to control automatically\n");
   EXPECT_EQ(lightON[5], 1);
   printEnable = 0;
@@ -714,7 +721,7 @@ TEST_F(ViewerFramework, PrintLightsAsSourceText) {
   lightON[2] = 1;
   lightPosition[2][0] = 1.5f;
   testing::internal::CaptureStderr();
-  EXPECT_EQ(menuSelectLight(202), 1);
+  EXPECT_EQ(menuSelectLight(kMenuPrintLights), 1);
   std::string err = testing::internal::GetCapturedStderr();
   std::string expected =
       "    glEnable(GL_LIGHT0+0);\n"
@@ -757,19 +764,19 @@ TEST_F(ViewerFramework, MenusHoldTheirEntriesAndAreRebuiltInPlace) {
   EXPECT_EQ(menuEntries(mainMenu), 6);
   EXPECT_EQ(menuEntries(generalMenu), 7);
   // A general item rebuilds its menu: the old entries go, the same number come back.
-  menuSelect(105);
-  menuSelect(113);
+  menuSelect(kMenuShowAxes);
+  menuSelect(kMenuGridDetail);
   EXPECT_EQ(menuEntries(generalMenu), 7);
-  menuSelect(105);
-  menuSelect(113);
+  menuSelect(kMenuShowAxes);
+  menuSelect(kMenuGridDetail);
   // The light menus are no part of the tree; a scene that makes them gets them filled.
   lightEnableMenu = glutCreateMenu(noMenuAction);
   lightCtrlMenu = glutCreateMenu(noMenuAction);
   lightMenu = glutCreateMenu(noMenuAction);
   testing::internal::CaptureStderr();
   resetLightMenu();
-  menuSelect(2101);
-  menuSelect(2101);
+  menuSelect(kMenuToggleLight0 + 1);
+  menuSelect(kMenuToggleLight0 + 1);
   std::string err = testing::internal::GetCapturedStderr();
   const std::string status =
       "\n  Light control ID: 0 turned ON.\n"
@@ -788,6 +795,56 @@ TEST_F(ViewerFramework, MenusHoldTheirEntriesAndAreRebuiltInPlace) {
   }
 }
 
+// The numbers are fixed: keys and scenes reach the commands by them.
+TEST(ViewerMenus, ItemNumbers) {
+  const struct {
+    int item;
+    int number;
+  } items[] = {
+      {kMenuHelp, 11},
+      {kMenuResetView, 12},
+      {kMenuFrameRate, 13},
+      {kMenuAbout, 14},
+      {kMenuQuit, 15},
+      {kMenuSmooth, 101},
+      {kMenuMaterial, 102},
+      {kMenuTexture, 103},
+      {kMenuAntiAlias, 104},
+      {kMenuShowAxes, 105},
+      {kMenuShowMeterCubes, 106},
+      {kMenuShowParsecCubes, 107},
+      {kMenuPolygonFill, 108},
+      {kMenuPolygonLine, 109},
+      {kMenuPolygonPoint, 110},
+      {kMenuShowGalGrid, 111},
+      {kMenuShowEqnGrid, 112},
+      {kMenuGridDetail, 113},
+      {kMenuGeneralFirst, 101},
+      {kMenuGeneralLast, 113},
+      {kMenuLightDir, 201},
+      {kMenuPrintLights, 202},
+      {kMenuControlLight0, 2000},
+      {kMenuToggleLight0, 2100},
+      {kMenuPlayOnce, 300},
+      {kMenuPlayLoop, 301},
+      {kMenuDumpFrames, 302},
+      {kMenuDumpScreen, 303},
+      {kMenuShowFrameNum, 304},
+      {kMenuReloadScript, 305},
+      {kMenuGotoFrame0, 3000},
+  };
+  for (const auto& it : items) EXPECT_EQ(it.item, it.number);
+  EXPECT_EQ(kViewerLightCount, 8);
+}
+
+// The render mode word goes on to the model library unchanged: the bits are its own.
+constexpr unsigned int bit(RenderModeBit b) {
+  return static_cast<unsigned int>(b);
+}
+static_assert(bit(kRenderFlat) == GLM_FLAT && bit(kRenderSmooth) == GLM_SMOOTH &&
+              bit(kRenderTexture) == GLM_TEXTURE && bit(kRenderColor) == GLM_COLOR &&
+              bit(kRenderMaterial) == GLM_MATERIAL);
+
 TEST(ViewerMenus, MessageBoxWritesOneLine) {
   testing::internal::CaptureStderr();
   myMessageBox("hello", 3);
@@ -795,8 +852,8 @@ TEST(ViewerMenus, MessageBoxWritesOneLine) {
 }
 
 TEST(ViewerMenus, MovieItemsAreNotTheirsWithoutAMovie) {
-  EXPECT_EQ(menuSelectMovie(300), 0);
-  EXPECT_EQ(menuSelectMovie(3000), 0);
+  EXPECT_EQ(menuSelectMovie(kMenuPlayOnce), 0);
+  EXPECT_EQ(menuSelectMovie(kMenuGotoFrame0), 0);
 }
 
 TEST(ViewerMenus, GotoFrameEntries) {
