@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "fileio/common.h"
 #include "fileio/entropy.h"
 
 namespace colormap {
@@ -80,7 +81,7 @@ ColorMap* loadColorMapPtr(const char* path, float start, float end, ColorAllocFu
   map->entries = entries;
   map->startValue = start;
   map->endValue = end;
-  snprintf(map->name, sizeof map->name, "%s", path);
+  copyText(map->name, path, sizeof map->name);
   for (int i = 0; i < n; i++) {
     if (!nextDataLine(fp, buf, sizeof buf, &lineNo)) {
       fprintf(stderr, "Err : not enough color entries in file [%s]\n", path);
@@ -124,7 +125,7 @@ SpColorMap* loadSpColorMapPtr(const char* path, ColorAllocFunc allocFunc) {
   memset(entries, 0, sizeof(SpColorEntry) * n);
   map->nEntries = n;
   map->entries = entries;
-  snprintf(map->name, sizeof map->name, "%s", path);
+  copyText(map->name, path, sizeof map->name);
 
   rewind(fp);
   lineNo = 0;
@@ -156,6 +157,8 @@ SpColorMap* loadSpColorMapPtr(const char* path, ColorAllocFunc allocFunc) {
       } else {
         *open = 0;
         *close = 0;
+        // A fixed field of ten characters, zero-filled, that a class of ten fills without a
+        // terminator: strncpy's very semantics, and no string copy for copyText.
         strncpy(e.lumClass, open + 1, sizeof e.lumClass);
       }
     }

@@ -13,6 +13,7 @@
 #include "coords/constants.h"
 #include "fileio/common.h"
 #include "fileio/sgi.h"
+#include "stars/fft.h"
 
 // ---------------------------------------------------------------------------------------------
 // Construction and parameters
@@ -23,6 +24,7 @@ StarList::StarList() {
 }
 
 StarList::~StarList() {
+  freeConstellations();
   freeBuckets();
   if (stars) freeStarset();
   freeColorMapPtr(bvColorMap, freeFunc);
@@ -33,7 +35,8 @@ void StarList::init() {
   allocFunc = malloc;
   freeFunc = free;
   setAllocFunc_SGI(allocFunc, freeFunc);
-  // The spanning-tree and FFT units take the same pair once they exist.
+  setAllocFunc_fft(allocFunc, freeFunc);
+  // The spanning-tree unit takes the same pair once it exists.
 
   stars = nullptr;
   numStars = 0;

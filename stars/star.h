@@ -133,6 +133,11 @@ constexpr int STAR_TEX_GAUSS = 2;
 constexpr int STAR_TEX_FFT = 3;
 constexpr int STAR_TEX_FILE = 4;
 
+// The align argument of StarList::drawBillboardText.
+constexpr int STAR_TEXT_ALIGN_RIGHT = 1;   // the text ends at the origin
+constexpr int STAR_TEXT_ALIGN_CENTRE = 2;
+constexpr int STAR_TEXT_ALIGN_LEFT = 3;    // the text begins at the origin
+
 // One constellation: figure, boundaries and the star that carries its name.
 struct NODE_Constellation {
   char name[32];
@@ -281,13 +286,24 @@ class StarList {
   int setLSR(const double* lsr);
 
   // --- star textures (star_tex.cpp) --------------------------------------------------------
+  // Deletes the texture *name names (if any), makes a new one from the source textureSource picks
+  // and sets texDiam. Needs a GL context. 1, or -1 after the source's message (or
+  // "Err : cannot generate texture name!\n\n"); never exits but through the computed sources.
   int initTexture(unsigned int* name);
+  // The texture arrays below are RGBA, rows from the top, from allocFunc; the caller owns them.
+  // textureFile read as PNM or SGI, scaled to powers of two if need be (needs a GL context then).
+  // Null after its message on standard error; the sizes are written only with a result.
   unsigned char* initFileTexture(int* width, int* height);
+  // 64 x 64 computed profiles; no memory writes "Err : allocate memory for texture!\n" and
+  // exits with status 1. The FFT one writes its filter's name on standard output.
   unsigned char* initGaussTexture(int* width, int* height, float size, float cutoff);
   unsigned char* initAiryTexture(int* width, int* height, float size, float cutoff, float diam);
   unsigned char* initFFTTexture(int* width, int* height, float size, float exponent, float cutoff, float order,
                                 const float* rgb, int type);
+  // Radius, in units of the texture's size, that holds fraction of its light. Prints nothing.
   float computeIntenDiamTex(unsigned char* array, int width, int height, int channels, double fraction);
+  // Setters: 1, or -1 with the record untouched after a one-line message on standard error. The
+  // source setters drop the GL texture (texId 0), so the next frame builds it anew.
   int setStarTextureFile(const char* file, double inTexSize);
   int setStarTextureFFT(float size, float exponent, float cutoff, float order, const float* rgb, int type);
   int setStarTextureAiry(float size, float cutoff, float inTelescopeDiam);
@@ -296,27 +312,59 @@ class StarList {
   int setStarTextureScale(double inTexScale);
 
   // --- constellations (constell.cpp) -------------------------------------------------------
+  // Reads the constellation file (through fopenEZ) into constellations, replacing an earlier
+  // array; the catalogue must be read first, as figure stars get their constellation's name and
+  // code. Keeps the name in param.constellationFile. 1, or -1 after a one-line message on standard
+  // error ("ERR : reading [...]", "Err (line n): ..."), with what was built before the fault kept.
+  // Never exits. The records, their arrays and the principal star copies come from allocFunc.
   int loadConstellations(const char* file);
+  // Gives every constellation array back through freeFunc, the principal star copies included,
+  // and clears constellations and numConstellations. Safe to call again; the destructor calls it.
   void freeConstellations();
+  // Boundaries, figure lines and names around the camera of the current model-view matrix, whose
+  // translation is in units of 10^logScale metres; only the constellation named onlyName when
+  // that isn't null. Colours, widths and stipples from param when switched on. Prints nothing.
   void drawConstellations(double logScale, int showLines, int showNames, int showBounds, char* onlyName);
   int getNumConstellations();
   // Stroke text square to the viewer at the model-view origin: align 1 right-aligned, 2 centred,
-  // 3 left-aligned.
+  // 3 left-aligned (STAR_TEXT_ALIGN_*). Needs freeglut initialised.
   static void drawBillboardText(const char* text, float size, int align);
+  // Setters: 1, or -1 after a one-line message on standard error with the values as they were.
+  // The two first switch their flag (constellationColorOn, constellationWidthOn) on also when they
+  // refuse. Widths must lie in the context's GL_LINE_WIDTH_RANGE; without a current context the
+  // range [1, 10] stands in.
   int setConstellationColors(const float* line, const float* bound);
   int setConstellationLineWidth(float line, float bound);
   int setConstellationStipple(int line, int bound);
   int setLabelScale(float inLabelScale);
 
   // --- labels and picking (star_pick.cpp) --------------------------------------------------
+  // GL selection of the stars under window position x, y (pixels from the top-left) in a square
+  // of 5 x size pixels; viewport is 4 ints or null for the current one. Returns the hit count
+  // and, with a hit, copies the farthest star of the lowest depth class to out. Needs the frame's
+  // matrices; sets pickMode while it runs. Prints nothing.
   int pickStar(int x, int y, double logScale, NODE_StarObject* out, float size, int* viewport);
+  // The principal star of the first constellation one of whose words begins with name (case-free),
+  // or whose code begins with code over at most three letters: copied to out, 1; -1 if none.
+  // Print nothing.
   int getStarByConstellation(NODE_StarObject* out, const char* name);
   int getStarByConstellationCode(NODE_StarObject* out, const char* code);
+  // A label beside a star: labelType 0 none, 1 its common name, 2 its HD number, each with its
+  // constellation; or the given text. A star with HD -2 is the anchor, drawn as a cross. With
+  // showError the distance error bar is drawn too. Leave GL_LIGHTING and GL_TEXTURE_2D on. A bad
+  // index or a null argument prints "Err (drawLabelOfStar): ..." on standard error.
   void drawLabelOfStar(int starID, double logScale, int labelType, int showError);
   void drawLabelOfStar(const NODE_StarObject* star, double logScale, int labelType, int showError);
   void drawLabelOfStar(int starID, double logScale, const char* text, int showError);
   void drawLabelOfStar(const NODE_StarObject* star, double logScale, const char* text, int showError);
+  // Mean velocity in km/s of the stars the asked-for and switched-on selections keep, into avgVel
+  // (3 doubles, zero when none); returns how many they were. The magnitude is the last frame's.
   int computeAvgVelocity(int useVMagRange, int useZRange, int useSptypeRange, double* avgVel);
+  // First star in array order with this HIC number (above 0), or whose common name equals name
+  // without regard to case ("---", the mark of no name, is no name). Copies it to out and returns
+  // 1; -1 if there is none. Print nothing.
+  int getStarByHIC(NODE_StarObject* out, int hic);
+  int getStarByName(NODE_StarObject* out, const char* name);
 
   // --- state -------------------------------------------------------------------------------
   StarParameter param;

@@ -1,0 +1,169 @@
+// One frame of the sky: drawStars of the hip.8 and hip.12 star sets on a 1024 x 768 window, each
+// against a floor measured in the same run, the same stars sent as plain immediate-mode points
+// with the same sizes and colours and nothing else. The counter "ratio" is drawStars over floor.
+// Needs a display (the script scripts/bench_stars.sh starts a private one).
+#include <GL/freeglut.h>
+#include <GL/gl.h>
+#include <GL/glu.h>
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "stars/star.h"
+
+namespace {
+
+constexpr int kWidth = 1024;
+constexpr int kHeight = 768;
+constexpr double kFovy = 45.0;
+constexpr double kNear = 0.01;
+constexpr double kFar = 10000.0;
+constexpr double kLogScale = 16.0;  // view units of 10^16 m
+// Colouring as the tool has it with its colour-map option on.
+constexpr int kFlags = STAR_DRAW_COLORMAP;
+
+bool openWindow() {
+  static int window = 0;
+  if (window) return true;
+  if (!getenv("DISPLAY")) return false;
+  int argc = 1;
+  char arg0[] = "star_draw_bench";
+  char* argv[] = {arg0, nullptr};
+  glutInit(&argc, argv);
+  glutInitDisplayMode(GLUT_RGBA | GLUT_DOUBLE | GLUT_DEPTH);
+  glutInitWindowSize(kWidth, kHeight);
+  window = glutCreateWindow("star_draw_bench");
+  glutDisplayFunc([] {});
+  for (int i = 0; i < 5; i++) glutMainLoopEvent();
+  glViewport(0, 0, kWidth, kHeight);
+  return true;
+}
+
+// The tool's view: the eye at the origin, here looking towards the galactic centre.
+void setView() {
+  glMatrixMode(GL_PROJECTION);
+  glLoadIdentity();
+  gluPerspective(kFovy, (double)kWidth / kHeight, kNear, kFar);
+  glMatrixMode(GL_MODELVIEW);
+  glLoadIdentity();
+  gluLookAt(0, 0, 0, 1, 0, 0, 0, 0, 1);
+}
+
+struct StarSet {
+  StarList list;
+  bool ok = false;
+  // The floor's points, grouped by size in half pixels.
+  std::map<int, std::vector<StarList::CPoint>> points;
+  size_t numPoints = 0;
+  double floorSeconds = 0;  // per frame, from the floor run
+};
+
+StarSet& starSet(int n) {
+  static std::map<int, StarSet> sets;
+  StarSet& s = sets[n];
+  if (s.ok) return s;
+  std::string name = std::string(VELMORA_SOURCE_DIR) + "/data/stardata/HIP/hip." + std::to_string(n) + ".star";
+  std::string map = std::string(VELMORA_SOURCE_DIR) + "/data/stardata/bv_colormap.txt";
+  char* names[] = {name.data()};
+  if (s.list.readStarFiles(1, names, 0, true) != 1) return s;
+  if (s.list.loadColorMapBV(map.c_str(), -0.4f, 2.0f) != 1) return s;
+  // The frame once, to know every star's apparent magnitude; then the floor's points worked out
+  // the way the frame does.
+  setView();
+  s.list.drawStars(kLogScale, kFlags, -1, -1);
+  double p[16];
+  glGetDoublev(GL_PROJECTION_MATRIX, p);
+  const float radPerPixel = (float)(1.0 / (kHeight * 0.5 * p[5]));
+  for (int i = s.list.numStars - 1; i >= 0; i--) {
+    NODE_StarObject& star = s.list.stars[i];
+    if (star.pos.x < 0) continue;  // behind the eye, which looks along +x
+    int px, alpha;
+    if (s.list.computePXSizeAlpha(&px, &alpha, star.curVMag, s.list.param.starScale, radPerPixel, i) != 0) continue;
+    StarList::CPoint c;
+    double sp = star.pos.s - kLogScale;
+    if (sp > 3.5) sp = (sp - 3.5) / 72 + 3.5;
+    double k = pow(10.0, sp);
+    c.pos[0] = star.pos.x * k, c.pos[1] = star.pos.y * k, c.pos[2] = star.pos.z * k;
+    s.list.computeColor(&star, kFlags, alpha, c.rgba);
+    s.points[px].push_back(c);
+    s.numPoints++;
+  }
+  s.ok = true;
+  return s;
+}
+
+// The same GL state as a star frame: rotation-only model-view, smooth blended points.
+void drawFloor(const StarSet& s) {
+  double m[16];
+  glGetDoublev(GL_MODELVIEW_MATRIX, m);
+  glPushMatrix();
+  m[12] = m[13] = m[14] = 0;
+  glLoadMatrixd(m);
+  glPushAttrib(GL_ALL_ATTRIB_BITS);
+  glEnable(GL_POINT_SMOOTH);
+  glHint(GL_POINT_SMOOTH_HINT, GL_NICEST);
+  glEnable(GL_BLEND);
+  glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+  glDepthMask(GL_FALSE);
+  for (const auto& [px, pts] : s.points) {
+    glPointSize(px * 0.5f);
+    glBegin(GL_POINTS);
+    for (const StarList::CPoint& c : pts) {
+      glColor4fv(c.rgba);
+      glVertex3dv(c.pos);
+    }
+    glEnd();
+  }
+  glPopAttrib();
+  glPopMatrix();
+}
+
+template <typename F>
+double timeFrames(benchmark::State& state, F frame) {
+  auto t0 = std::chrono::steady_clock::now();
+  for (auto _ : state) {
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    frame();
+    glFinish();
+  }
+  std::chrono::duration<double> d = std::chrono::steady_clock::now() - t0;
+  return state.iterations() ? d.count() / state.iterations() : 0;
+}
+
+void BM_Floor(benchmark::State& state) {
+  if (!openWindow()) return state.SkipWithError("no display");
+  StarSet& s = starSet((int)state.range(0));
+  if (!s.ok) return state.SkipWithError("star set not read");
+  setView();
+  s.floorSeconds = timeFrames(state, [&] { drawFloor(s); });
+  // Every run carries the same counters; the floor is its own measure.
+  state.counters["stars"] = (double)s.list.numStars;
+  state.counters["points"] = (double)s.numPoints;
+  state.counters["ratio"] = 1.0;
+}
+
+void BM_DrawStars(benchmark::State& state) {
+  if (!openWindow()) return state.SkipWithError("no display");
+  StarSet& s = starSet((int)state.range(0));
+  if (!s.ok) return state.SkipWithError("star set not read");
+  setView();
+  double seconds = timeFrames(state, [&] { s.list.drawStars(kLogScale, kFlags, -1, -1); });
+  state.counters["stars"] = (double)s.list.numStars;
+  state.counters["points"] = (double)s.numPoints;
+  state.counters["ratio"] = s.floorSeconds > 0 ? seconds / s.floorSeconds : 0.0;
+}
+
+}  // namespace
+
+// Each floor runs before its frame, so that the ratio has it.
+BENCHMARK(BM_Floor)->Arg(8)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+BENCHMARK(BM_DrawStars)->Arg(8)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+BENCHMARK(BM_Floor)->Arg(12)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+BENCHMARK(BM_DrawStars)->Arg(12)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+BENCHMARK_MAIN();

@@ -1,0 +1,653 @@
+// Drawing the catalogue: every star placed relative to the camera, filtered by spectral class,
+// magnitude and distance, sized and coloured, and sent to GL as points grouped by size, as
+// textured billboards, or as named points for picking; the distance error bars; and the setters
+// of year, warp, selection ranges and local standard of rest.
+#include <GL/gl.h>
+
+#include <cfloat>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "coords/constants.h"
+#include "coords/math3D.h"
+#include "stars/star.h"
+
+namespace {
+
+// Below this texture scale no star has a size; the frame is skipped whole.
+constexpr double kMinTexScale = 1e-7;
+// A projection so wide that a pixel spans less than this would divide by nearly nothing.
+constexpr double kMinRadPerPixel = 1e-7;
+// Every attribute group of fixed-function GL.
+constexpr GLbitfield kAllAttribBits = 0xFFFFF;
+// Point sizes are counted in half pixels.
+constexpr float kPixelsPerHalfPixel = 0.5f;
+// The run of points opens at one pixel.
+constexpr int kStartPointSize = 2;
+// Up to this many decimal orders of view units a star stands at its true distance; beyond it
+// each further order counts as one kFarDecadeShare-th, which keeps every star of the sky in front
+// of the far plane (10^4 view units) while keeping their order along a ray.
+constexpr double kTrueDepthDecades = 3.5;
+constexpr double kFarDecadeShare = 72.0;
+// The two low bits of the gamma-corrected alpha are dropped.
+constexpr int kAlphaKeepMask = 0xFC;
+constexpr float kMaxAlphaIndex = 255.0f;
+constexpr int kLastAlphaIndex = 255;
+// Colour channels brightened by the intensity tuning stop at full.
+constexpr float kFullChannel = 1.0f;
+// The computed textures of the Airy and FFT sources have a one-texel border of their own that the
+// quad leaves out: a 64th of the 64-texel image.
+constexpr double kComputedTexBorder = 1.0 / 64;
+// Distance error bars: their colour, the smallest error that earns one, and the decimal orders of
+// view units within which they are drawn (strictly between).
+constexpr float kErrorBarColor[4] = {0.8f, 0.2f, 0.2f, 0.5f};
+constexpr double kMinDistErr = 0.001;
+constexpr double kErrorBarNearDecades = -1.0;
+constexpr double kErrorBarFarDecades = 3.5;
+constexpr float kErrorBarPointSize = 2.0f;
+// A new warp that differs from the old by less than this in each direction component and angle is
+// the old one.
+constexpr double kSphWarpSame = 1e-5;
+
+// What the selection made of one star.
+enum StarPick { kSkipped, kDrawable, kTooSmall };
+
+// The view of one frame, read once from GL.
+struct FrameView {
+  double logScale;
+  double v[3];  // direction of sight, unit length
+  double u[3];  // up vector of the view, for billboards
+  double radPerPixel;
+  double aspect;
+  bool sptypeOn;
+  bool vmagOn;
+};
+
+int sptypeRow(char spClass) {
+  switch (spClass) {
+    case 'O': return SPTYPE_O;
+    case 'B': return SPTYPE_B;
+    case 'A': return SPTYPE_A;
+    case 'F': return SPTYPE_F;
+    case 'G': return SPTYPE_G;
+    case 'K': return SPTYPE_K;
+    case 'M': return SPTYPE_M;
+    default: return SPTYPE_OTHER;
+  }
+}
+
+bool isSunAt(const StarList& list, int index) {
+  return list.withSun && index >= 0 && index < list.numStars && strcmp(list.stars[index].commonName, "Sun") == 0;
+}
+
+// The index range a frame covers: the distance selection's when it is on, else the whole array;
+// the Sun is left out at the front when skipSun asks for it. last below first means nothing.
+void starRange(const StarList& list, bool skipSun, int* first, int* last) {
+  int f = 0, l = list.numStars - 1;
+  if (list.param.zRangeOn) {
+    f = list.zFirst;
+    l = list.zLast;
+  }
+  // The search behind zFirst and zLast reports -1 when it strays; no index outside the array runs.
+  if (f < 0) f = 0;
+  if (l > list.numStars - 1) l = list.numStars - 1;
+  if (skipSun && isSunAt(list, f)) f++;
+  *first = f;
+  *last = l;
+}
+
+// The star relative to the camera, unified, in distVec: its distance in decimal orders of view
+// units becomes a point in front of the far plane, at the exact direction.
+void placeStar(const PHCoord& distVec, double logScale, double out[3]) {
+  double s = distVec.s - logScale;
+  if (s > kTrueDepthDecades) s = (s - kTrueDepthDecades) / kFarDecadeShare + kTrueDepthDecades;
+  out[0] = distVec.x;
+  out[1] = distVec.y;
+  out[2] = distVec.z;
+  mult3D(out, pow(10.0, s));
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------------
+// The frame
+
+namespace {
+
+// A mantissa within this of unit length squared is taken as unit length: a star's current position
+// is kept unified, and unifying it again would change no more than its last bits.
+constexpr double kUnitSquareTolerance = 1e-12;
+// Operands of a sum further apart than this many decades are not mixed (as in addPHCoord).
+constexpr double kMaxDecades = 15.0;
+
+// unifyPHCoord, with the common case of a mantissa already of unit length answered at once.
+inline int unifyQuick(PHCoord* p) {
+  double sq = p->x * p->x + p->y * p->y + p->z * p->z;
+  if (fabs(sq - 1.0) < kUnitSquareTolerance) return 1;
+  return unifyPHCoord(p);
+}
+
+// Stars are records of several cache lines, read backwards; a frame is bound by memory unless the
+// lines a star needs are asked for this many stars ahead.
+constexpr int kPrefetchAhead = 8;
+
+// Asks for the lines of a star that the selection reads and writes.
+inline void prefetchStar(const NODE_StarObject* s) {
+  __builtin_prefetch(&s->pos, 0, 3);
+  __builtin_prefetch(&s->lumMag, 0, 3);
+  __builtin_prefetch(&s->curVMag, 1, 3);
+}
+
+// The camera of one frame, unified and negated once, so that a star relative to it is one sum.
+struct Camera {
+  PHCoord minus;  // minus the camera position, unified
+  bool atOrigin;  // zero mantissa: a star relative to the camera is the star
+};
+
+Camera cameraOf(PHCoord cameraPos) {
+  Camera c;
+  c.minus = multPHCoord(cameraPos, -1.0);
+  c.atOrigin = unifyPHCoord(&c.minus) == -1;
+  return c;
+}
+
+// pos - camera, with the rules of subPHCoord: both operands unified, a zero operand or one more than
+// fifteen decades shorter dropped, otherwise the sum at the smaller exponent, not unified.
+inline PHCoord relativeToCamera(const PHCoord& pos, const Camera& cam) {
+  PHCoord a = pos;
+  bool aZero = unifyQuick(&a) == -1;
+  if (cam.atOrigin) return a;
+  const PHCoord& b = cam.minus;
+  if (aZero) return b;
+  if (a.s > b.s + kMaxDecades) return a;
+  if (b.s > a.s + kMaxDecades) return b;
+  PHCoord sum;
+  if (a.s > b.s) {
+    double k = pow(10.0, a.s - b.s);
+    sum.x = a.x * k + b.x, sum.y = a.y * k + b.y, sum.z = a.z * k + b.z, sum.s = b.s;
+  } else {
+    double k = pow(10.0, b.s - a.s);
+    sum.x = a.x + b.x * k, sum.y = a.y + b.y * k, sum.z = a.z + b.z * k, sum.s = a.s;
+  }
+  return sum;
+}
+
+// Selection and size of one star, the same in every branch. Leaves the star relative to the
+// camera, unified, in distVec, and writes the star's curVMag when it gets that far.
+inline StarPick selectStar(StarList& list, NODE_StarObject* star, int index, const FrameView& fv, const Camera& cam,
+                           PHCoord& distVec, int* px, int* alpha) {
+  if (fv.sptypeOn && !list.isSptypeSelected(star->spClass[0], star->spNum)) return kSkipped;
+  distVec = relativeToCamera(star->pos, cam);
+  if (distVec.x * fv.v[0] + distVec.y * fv.v[1] + distVec.z * fv.v[2] < 0) return kSkipped;  // behind
+  if (unifyQuick(&distVec) == -1) distVec.s = -DBL_MAX;  // at the camera
+  if (list.logZRangeOn && !(list.logScaleNear <= distVec.s && distVec.s <= list.logScaleFar)) return kSkipped;
+  star->curVMag = (float)list.computeVMag(star->lumMag, (float)distVec.s);
+  if (fv.vmagOn &&
+      !((float)list.param.vmagRangeMin <= star->curVMag && star->curVMag <= (float)list.param.vmagRangeMax))
+    return kSkipped;
+  if (list.computePXSizeAlpha(px, alpha, star->curVMag, list.param.starScale, (float)fv.radPerPixel, index) != 0)
+    return kTooSmall;
+  return kDrawable;
+}
+
+// The bucket rule: a point of the open run's size goes straight out; another waits in the bucket
+// of its size; a full bucket becomes the run's size and goes out whole, with the point after it.
+void emitPoint(StarList& list, int& current, int px, const float* rgba, const double* pos) {
+  if (px == current) {
+    glColor4fv(rgba);
+    glVertex3dv(pos);
+    return;
+  }
+  if (list.bucketCount[px] < list.bucketSize) {
+    StarList::CPoint& p = list.buckets[px][list.bucketCount[px]++];
+    p.pos[0] = pos[0];
+    p.pos[1] = pos[1];
+    p.pos[2] = pos[2];
+    p.rgba[0] = rgba[0];
+    p.rgba[1] = rgba[1];
+    p.rgba[2] = rgba[2];
+    p.rgba[3] = rgba[3];
+    return;
+  }
+  current = px;
+  glEnd();
+  glPointSize(current * kPixelsPerHalfPixel);
+  glBegin(GL_POINTS);
+  list.dumpCPoints(list.buckets[px], list.bucketCount[px]);
+  list.bucketCount[px] = 0;
+  glColor4fv(rgba);
+  glVertex3dv(pos);
+}
+
+// What waits in the buckets goes out, smallest size first, inside an open run which ends open.
+void flushBuckets(StarList& list) {
+  for (int i = 0; i < STAR_NUM_BUCKETS; i++) {
+    if (list.bucketCount[i] == 0) continue;
+    glEnd();
+    glPointSize(i * kPixelsPerHalfPixel);
+    glBegin(GL_POINTS);
+    list.dumpCPoints(list.buckets[i], list.bucketCount[i]);
+    list.bucketCount[i] = 0;
+  }
+}
+
+// A size that the buckets cannot hold goes to the largest they do; the size model keeps within
+// them, so this only guards.
+int bucketIndex(int px) {
+  return px < 0 ? 0 : (px > STAR_MAX_PX_SIZE ? STAR_MAX_PX_SIZE : px);
+}
+
+}  // namespace
+
+void StarList::drawStars(double logScale, int flags, int width, int height) {
+  // The camera and the current star: kept for the process, so drawing is not re-entrant.
+  static PHCoord cameraPos;
+  static PHCoord distVec;
+  static int lutReady = 0;
+
+  if (param.texScale < kMinTexScale) return;
+
+  FrameView fv;
+  fv.logScale = logScale;
+  double m[16], inv[16];
+  glGetDoublev(GL_MODELVIEW_MATRIX, inv);
+  invert4by4(inv);
+  cameraPos.x = inv[12];
+  cameraPos.y = inv[13];
+  cameraPos.z = inv[14];
+  cameraPos.s = logScale;
+
+  glGetDoublev(GL_MODELVIEW_MATRIX, m);
+  fv.v[0] = -m[2];
+  fv.v[1] = -m[6];
+  fv.v[2] = -m[10];
+  unify3D(fv.v);
+  fv.u[0] = m[1];
+  fv.u[1] = m[5];
+  fv.u[2] = m[9];
+
+  // Positions will be camera-relative: the model-view keeps only its rotation.
+  glPushMatrix();
+  m[12] = m[13] = m[14] = 0.0;
+  glLoadIdentity();
+  glMultMatrixd(m);
+
+  double p[16];
+  glGetDoublev(GL_PROJECTION_MATRIX, p);
+  if (width < 1 || height < 1) {
+    GLint viewport[4];
+    glGetIntegerv(GL_VIEWPORT, viewport);
+    width = viewport[2];
+    height = viewport[3];
+  }
+  fv.aspect = (p[5] / p[0]) * ((double)height / width);
+  fv.radPerPixel = 1.0 / (height * 0.5 * p[5]);
+  if (fv.radPerPixel < kMinRadPerPixel) fv.radPerPixel = kMinRadPerPixel;
+
+  int current = kStartPointSize;
+  glPointSize(current * kPixelsPerHalfPixel);
+
+  glPushAttrib(kAllAttribBits);
+  glEnable(GL_POINT_SMOOTH);
+  glHint(GL_POINT_SMOOTH_HINT, GL_NICEST);
+  glDisable(GL_CULL_FACE);
+  glEnable(GL_BLEND);
+  glDisable(GL_TEXTURE_2D);
+  glDisable(GL_LIGHTING);
+  glDepthMask(GL_FALSE);
+
+  if (!lutReady) {
+    lutReady = 1;
+    initLUT();
+  }
+  if (param.textureSource != STAR_TEX_NONE && texId == 0) {
+    if (initTexture(&texId) == -1) exit(1);
+  }
+
+  for (int i = 0; i < STAR_NUM_BUCKETS; i++) bucketCount[i] = 0;
+  const Camera cam = cameraOf(cameraPos);
+  fv.sptypeOn = param.sptypeRangeOn != 0;
+  fv.vmagOn = param.vmagRangeOn != 0;
+
+  int first, last, px, alpha;
+  float rgba[4];
+  double pos[3];
+  if (pickMode) {
+    // Every selected star is a named point, also one too faint to show, so that it can be picked.
+    starRange(*this, false, &first, &last);
+    for (int i = last; i >= first; i--) {
+      if (i - kPrefetchAhead >= first) prefetchStar(stars + (i - kPrefetchAhead));
+      StarPick pick = selectStar(*this, &stars[i], i, fv, cam, distVec, &px, &alpha);
+      if (pick == kSkipped) continue;
+      if (pick == kTooSmall) px = 1;
+      placeStar(distVec, logScale, pos);
+      glPointSize(px * kPixelsPerHalfPixel);
+      glLoadName(i);
+      glBegin(GL_POINTS);
+      glVertex3dv(pos);
+      glEnd();
+    }
+  } else if ((flags & STAR_DRAW_TEXTURED) && param.textureSource != STAR_TEX_NONE) {
+    // Without a texture source there is no texture and no measured radius to size a billboard
+    // with: such a frame takes the plain branch below.
+    starRange(*this, true, &first, &last);
+    // Pass one: billboards, added onto what is there; the smaller stars wait for pass two.
+    glEnable(GL_TEXTURE_2D);
+    glBindTexture(GL_TEXTURE_2D, texId);
+    glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE);
+    for (int i = last; i >= first; i--) {
+      if (i - kPrefetchAhead >= first) prefetchStar(stars + (i - kPrefetchAhead));
+      NODE_StarObject* star = &stars[i];
+      star->pxSize = 0;
+      if (selectStar(*this, star, i, fv, cam, distVec, &px, &alpha) != kDrawable) continue;
+      if (px < param.pxsizeTex) {
+        star->pxSize = px;
+        star->pxAlpha = alpha;
+        star->viewVec = distVec;
+        continue;
+      }
+      computeColor(star, flags, alpha, rgba);
+      placeStar(distVec, logScale, pos);
+      renderBillBstar(pos, fv.u, rgba, fv.radPerPixel, px, fv.aspect);
+    }
+    // Pass two: the waiting stars as points, over the billboards.
+    glDisable(GL_TEXTURE_2D);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    glBegin(GL_POINTS);
+    for (int i = last; i >= first; i--) {
+      NODE_StarObject* star = &stars[i];
+      if (star->pxSize == 0) continue;
+      computeColor(star, flags, star->pxAlpha, rgba);
+      placeStar(star->viewVec, logScale, pos);
+      emitPoint(*this, current, bucketIndex(star->pxSize), rgba, pos);
+    }
+    flushBuckets(*this);
+    glEnd();
+  } else {
+    starRange(*this, true, &first, &last);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    glBegin(GL_POINTS);
+    for (int i = last; i >= first; i--) {
+      if (i - kPrefetchAhead >= first) prefetchStar(stars + (i - kPrefetchAhead));
+      NODE_StarObject* star = &stars[i];
+      if (selectStar(*this, star, i, fv, cam, distVec, &px, &alpha) != kDrawable) continue;
+      computeColor(star, flags, alpha, rgba);
+      placeStar(distVec, logScale, pos);
+      emitPoint(*this, current, bucketIndex(px), rgba, pos);
+    }
+    flushBuckets(*this);
+    glEnd();
+  }
+
+  glPopMatrix();
+  glPopAttrib();
+}
+
+float* StarList::computeColor(NODE_StarObject* star, int flags, int alpha, float* rgba) {
+  const int colouring = STAR_DRAW_FILE_COLOR | STAR_DRAW_COLORMAP | STAR_DRAW_COLOR_BIT4 | STAR_DRAW_DIST_SCALE;
+  if (!(flags & colouring)) {
+    memcpy(rgba, baseColor, sizeof baseColor);
+  } else {
+    memcpy(rgba, uniformColor, sizeof uniformColor);
+    if (flags & STAR_DRAW_FILE_COLOR)
+      for (int i = 0; i < 4; i++) rgba[i] *= star->rgba[i];
+    if ((flags & STAR_DRAW_COLORMAP) && (bvColorMap || spColorMap))
+      for (int i = 0; i < 4; i++) rgba[i] *= star->cmapRgba[i];
+    if (flags & STAR_DRAW_DIST_SCALE) {
+      Color c = colorMapScale(star->pos.s);
+      rgba[0] *= c.r;
+      rgba[1] *= c.g;
+      rgba[2] *= c.b;
+      rgba[3] *= c.a;
+    }
+  }
+  // The size model keeps the alpha index within the table; the bound only guards it.
+  if (alpha < 0) alpha = 0;
+  if (alpha > kLastAlphaIndex) alpha = kLastAlphaIndex;
+  rgba[3] = (float)((gammaTable[alpha] & kAlphaKeepMask) / (double)kMaxAlphaIndex);
+  if (exposureOn)
+    for (int i = 0; i < 3; i++) rgba[i] = (float)pow((double)rgba[i], (double)param.exposure);
+  if (tuneOn)
+    for (int i = 0; i < 3; i++) {
+      rgba[i] *= param.tuneIntensity;
+      if (rgba[i] > kFullChannel) rgba[i] = kFullChannel;
+    }
+  return rgba;
+}
+
+void StarList::renderBillBstar(double* pos, double* up, float* rgba, double radPerPixel, int pxSize, double aspect) {
+  glColor4fv(rgba);
+  double len = length3D(pos);
+  // A star at the eye has no direction to face; it would not show in any case.
+  if (!(len > 0)) return;
+  // pxSize counts half pixels, so a quarter of it in radians per pixel is the angular radius.
+  double half = tan(pxSize * 0.25 * radPerPixel) * len / texDiam / 2.0;
+  double halfW = half * aspect;
+
+  double u[3] = {up[0], up[1], up[2]};
+  unify3D(u);
+  double f[3] = {pos[0] / len, pos[1] / len, pos[2] / len};
+  double r[3];
+  cross3D(u, f, r);
+  const double basis[16] = {r[0], r[1], r[2], 0, u[0], u[1], u[2], 0, f[0], f[1], f[2], 0, 0, 0, 0, 1};
+
+  double t0 = (param.textureSource == STAR_TEX_AIRY || param.textureSource == STAR_TEX_FFT) ? kComputedTexBorder : 0.0;
+  glPushMatrix();
+  glTranslated(pos[0], pos[1], pos[2]);
+  glMultMatrixd(basis);
+  glBegin(GL_QUAD_STRIP);
+  glTexCoord2d(t0, t0);
+  glVertex2d(-halfW, -half);
+  glTexCoord2d(1, t0);
+  glVertex2d(halfW, -half);
+  glTexCoord2d(t0, 1);
+  glVertex2d(-halfW, half);
+  glTexCoord2d(1, 1);
+  glVertex2d(halfW, half);
+  glEnd();
+  glPopMatrix();
+}
+
+void StarList::dumpCPoints(CPoint* points, int n) {
+  for (int i = 0; i < n; i++) {
+    glColor4fv(points[i].rgba);
+    glVertex3dv(points[i].pos);
+  }
+}
+
+void StarList::drawStarsErrors(double logScale) {
+  glColor4fv(kErrorBarColor);
+  int first, last;
+  starRange(*this, true, &first, &last);
+  glPushAttrib(kAllAttribBits);
+  glDisable(GL_TEXTURE_2D);
+  glDisable(GL_LIGHTING);
+  glPointSize(kErrorBarPointSize);
+  const bool sptypeOn = param.sptypeRangeOn != 0, vmagOn = param.vmagRangeOn != 0;
+  glBegin(GL_LINES);
+  for (int i = last; i >= first; i--) {
+    const NODE_StarObject& star = stars[i];
+    if (star.distErr < kMinDistErr) continue;
+    if (sptypeOn && !isSptypeSelected(star.spClass[0], star.spNum)) continue;
+    // The magnitude is the one the last frame saw.
+    if (vmagOn && !(param.vmagRangeMin <= star.curVMag && star.curVMag <= param.vmagRangeMax)) continue;
+    // No camera here: the bar stands in the caller's space, around the origin.
+    PHCoord p = star.pos;
+    p.s -= logScale;
+    if (unifyPHCoord(&p) == -1) p.s = -DBL_MAX;
+    if (!(kErrorBarNearDecades < p.s && p.s < kErrorBarFarDecades)) continue;
+    double d = pow(10.0, p.s);
+    double nearEnd[3] = {0.0, 0.0, 0.0};
+    if (star.distErr < 1) {
+      nearEnd[0] = p.x * (1 - star.distErr) * d;
+      nearEnd[1] = p.y * (1 - star.distErr) * d;
+      nearEnd[2] = p.z * (1 - star.distErr) * d;
+    }
+    double farEnd[3] = {p.x * (1 + star.distErr) * d, p.y * (1 + star.distErr) * d, p.z * (1 + star.distErr) * d};
+    glVertex3dv(nearEnd);
+    glVertex3dv(farEnd);
+  }
+  glEnd();
+  glPopAttrib();
+}
+
+int StarList::isSptypeSelected(char spClass, float spNum) {
+  int row = sptypeRow(spClass);
+  // A class without a range of its own stays in.
+  if (!param.sptypeOn[row]) return 1;
+  return param.sptypeMin[row] <= spNum && spNum <= param.sptypeMax[row] ? 1 : 0;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Year, warp, selection and standard of rest
+
+void StarList::setStarAtYear(int year) {
+  param.starAtYear = year;
+  resetCoord();
+}
+
+int StarList::getStarAtYear() {
+  return param.starAtYear;
+}
+
+void StarList::setDatasetYear(int year) {
+  param.datasetYear = year;
+  resetCoord();
+}
+
+int StarList::getDatasetYear() {
+  return param.datasetYear;
+}
+
+void StarList::enableSphWarp() {
+  sphWarpOn = 1;
+  resetCoord();
+}
+
+void StarList::disableSphWarp() {
+  sphWarpOn = 0;
+  resetCoord();
+}
+
+int StarList::setSphWarp(const double* dir, double angleFrm, double angleTo) {
+  // Written as "not inside" so that a value that is not a number is refused too.
+  if (!(angleFrm >= 0 && angleFrm <= kPi)) {
+    fprintf(stderr, "Err (StarList::setSphWarp): inSphwarpAngleFrm is out of range [0,pi].\n");
+    return -1;
+  }
+  if (!(angleTo >= 0 && angleTo <= kPi)) {
+    fprintf(stderr, "Err (StarList::setSphWarp): inSphwarpAngleTo is out of range [0,pi].\n");
+    return -1;
+  }
+  double d[3] = {0.0, 0.0, 0.0};
+  if (dir) copy3D(d, dir);
+  if (!dir || !unify3D(d) || !std::isfinite(d[0] + d[1] + d[2])) {
+    fprintf(stderr, "Err (StarList::setSphWarp): inSphwarpDir is not a valid direction.\n");
+    return -1;
+  }
+  if (equalVec3D_Ep(d, sphwarpDir, kSphWarpSame) && fabs(angleFrm - sphwarpAngleFrm) < kSphWarpSame &&
+      fabs(angleTo - sphwarpAngleTo) < kSphWarpSame)
+    return 1;
+  copy3D(sphwarpDir, d);
+  sphwarpAngleFrm = angleFrm;
+  sphwarpAngleTo = angleTo;
+  if (sphWarpOn) resetCoord();
+  return 1;
+}
+
+int StarList::setSphWarpEq(double (*fn)(double, double, double)) {
+  if (!fn) return -1;
+  sphwarpEqFunc = fn;
+  return 1;
+}
+
+int StarList::setZRangeOn(double minZ, double maxZ) {
+  if (!(minZ <= maxZ)) {
+    fprintf(stderr, "Err(setZRangeOn) : inMinZ > inMaxZ\n\n");
+    return -1;
+  }
+  param.zRangeMin = minZ;
+  param.zRangeMax = maxZ;
+  param.zRangeOn = 1;
+  resetZRange();
+  return 1;
+}
+
+void StarList::setZRangeOff() {
+  param.zRangeOn = 0;
+}
+
+int StarList::setVMagRangeOn(double minVMag, double maxVMag) {
+  if (!(minVMag <= maxVMag)) {
+    fprintf(stderr, "Err(setVMagRangeOn) : inMinVMag > inMaxVMag\n\n");
+    return -1;
+  }
+  param.vmagRangeMin = minVMag;
+  param.vmagRangeMax = maxVMag;
+  param.vmagRangeOn = 1;
+  return 1;
+}
+
+void StarList::setVMagRangeOff() {
+  param.vmagRangeOn = 0;
+}
+
+int StarList::setSptypeRangeOn(Sptype type, double min, double max) {
+  if ((int)type < SPTYPE_O || (int)type >= STAR_NUM_SPTYPES) {
+    fprintf(stderr, "Err(setSptypeRangeOn) : sptype out of range\n\n");
+    return -1;
+  }
+  if (!(min <= max)) {
+    fprintf(stderr, "Err(setSptypeRangeOn) : rangeMin should be <= rangeMax\n\n");
+    return -1;
+  }
+  param.sptypeOn[type] = 1;
+  param.sptypeMin[type] = (float)min;
+  param.sptypeMax[type] = (float)max;
+  param.sptypeRangeOn = 1;
+  return 1;
+}
+
+int StarList::setSptypeRangeOff(Sptype type) {
+  if ((int)type < SPTYPE_O || (int)type >= STAR_NUM_SPTYPES) {
+    // The same text as the on-setter's.
+    fprintf(stderr, "Err(setSptypeRangeOn) : sptype out of range\n\n");
+    return -1;
+  }
+  param.sptypeOn[type] = 0;
+  param.sptypeRangeOn = 0;
+  for (int i = 0; i < STAR_NUM_SPTYPES; i++)
+    if (param.sptypeOn[i]) param.sptypeRangeOn = 1;
+  return 1;
+}
+
+void StarList::setSptypeRangeAllOn() {
+  param.sptypeRangeOn = 1;
+}
+
+void StarList::setSptypeRangeAllOff() {
+  param.sptypeRangeOn = 0;
+}
+
+int StarList::setZRange(double inLogScaleNear, double inLogScaleFar) {
+  if (!(inLogScaleNear <= inLogScaleFar)) {
+    fprintf(stderr, "Err (StarList::setZRange): inLogScaleNear should be smaller than inLogScaleFar\n\n");
+    return -1;
+  }
+  logScaleNear = inLogScaleNear;
+  logScaleFar = inLogScaleFar;
+  return 1;
+}
+
+int StarList::setLSR(const double* lsr) {
+  if (!lsr) {
+    fprintf(stderr, "Err (setLSR)  : inLSR input is NULL.\n\n");
+    return -1;
+  }
+  copy3D(param.LSR, lsr);
+  resetVelocity(1);
+  return 1;
+}
