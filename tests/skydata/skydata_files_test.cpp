@@ -31,14 +31,6 @@ std::string stellarium() {
   return root() + "/.cache/pkgs/stellarium-data/usr/share/stellarium";
 }
 
-#define REQUIRE_DATA()                                                                                     \
-  do {                                                                                                     \
-    if (!testsupport::fileExists(root() + "/data/.built")) {                                               \
-      GTEST_SKIP() << "the sky data is not built (scripts/data.sh could not fetch the packages); nothing " \
-                      "to check";                                                                          \
-    }                                                                                                      \
-  } while (0)
-
 // One data line of a .star file, parsed here on its own.
 struct Line {
   double x, y, z, distErr, vel[3], bv, lum;
@@ -99,7 +91,7 @@ bool parseLine(const char* p, Line& s) {
 
 StarFile readStarFile(int n) {
   StarFile f;
-  const std::string path = root() + "/data/stardata/HIP/hip." + std::to_string(n) + ".star";
+  const std::string path = testsupport::starSetPath(n);
   FILE* in = std::fopen(path.c_str(), "r");
   EXPECT_NE(in, nullptr) << path;
   if (!in) return f;
@@ -251,7 +243,7 @@ double angleDeg(const Vec3& a, const Vec3& b) {
 }  // namespace
 
 TEST(SkyDataFiles, KnownStarsArePlacedAndMeasuredAsPublished) {
-  REQUIRE_DATA();
+  VELMORA_REQUIRE_SKY_DATA();
   struct Known {
     const char* what;
     int hip;
@@ -311,7 +303,7 @@ TEST(SkyDataFiles, KnownStarsArePlacedAndMeasuredAsPublished) {
 }
 
 TEST(SkyDataFiles, CountsPerSetMatchTheSource) {
-  REQUIRE_DATA();
+  VELMORA_REQUIRE_SKY_DATA();
   const Catalog& cat = source();
   EXPECT_EQ(cat.all.size(), 129592u + 48019u);
   EXPECT_EQ(cat.recordsWithHip, 129592);
@@ -344,7 +336,7 @@ TEST(SkyDataFiles, CountsPerSetMatchTheSource) {
 }
 
 TEST(SkyDataFiles, ConstellationFileHasTheEightyEightFiguresBoundariesAndNames) {
-  REQUIRE_DATA();
+  VELMORA_REQUIRE_SKY_DATA();
   std::ifstream in(root() + "/data/stardata/constellation.txt");
   ASSERT_TRUE(in);
   std::string l;
@@ -392,7 +384,7 @@ TEST(SkyDataFiles, ConstellationFileHasTheEightyEightFiguresBoundariesAndNames) 
 }
 
 TEST(SkyDataFiles, StarParametersAndColourMapsNameRealFiles) {
-  REQUIRE_DATA();
+  VELMORA_REQUIRE_SKY_DATA();
   const std::string p = testsupport::readFile(root() + "/data/stardata/halvane.txt");
   EXPECT_EQ(p.rfind("Star Parameters\n---------------\n", 0), 0u);
   EXPECT_NE(p.find("constellation_file    = data/stardata/constellation.txt\n"), std::string::npos);
@@ -449,7 +441,7 @@ TEST(SkyDataFiles, StarParametersAndColourMapsNameRealFiles) {
 }
 
 TEST(SkyDataFiles, TextureListNamesEveryMapWithDistinctWavelengths) {
-  REQUIRE_DATA();
+  VELMORA_REQUIRE_SKY_DATA();
   std::ifstream in(root() + "/Images/ALL.texture");
   std::string l;
   bool slider = false;
@@ -476,7 +468,7 @@ TEST(SkyDataFiles, TextureListNamesEveryMapWithDistinctWavelengths) {
 }
 
 TEST(SkyDataFiles, GalacticPlaneAndCentreLieWhereTheSphereMapsThem) {
-  REQUIRE_DATA();
+  VELMORA_REQUIRE_SKY_DATA();
   for (const char* name :
        {"wmap_V.ppm", "wmap_W.ppm", "starlight_V.ppm", "starlight_B.ppm", "milkyway.ppm"}) {
     SCOPED_TRACE(name);
@@ -518,7 +510,7 @@ TEST(SkyDataFiles, GalacticPlaneAndCentreLieWhereTheSphereMapsThem) {
 }
 
 TEST(SkyDataFiles, BrightStarsFallOnBrightPixelsOfTheStarlightMaps) {
-  REQUIRE_DATA();
+  VELMORA_REQUIRE_SKY_DATA();
   const Image v = map("starlight_V.ppm"), b = map("starlight_B.ppm");
   int checked = 0;
   for (const Line& s : fullSet().lines) {
@@ -537,7 +529,7 @@ TEST(SkyDataFiles, BrightStarsFallOnBrightPixelsOfTheStarlightMaps) {
 }
 
 TEST(SkyDataFiles, SampleImagesLieInThePublishedDirectionsOfTheirObjects) {
-  REQUIRE_DATA();
+  VELMORA_REQUIRE_SKY_DATA();
   struct Pub {
     const char* name;
     double ra, dec;    // J2000 position of the object (SIMBAD)
@@ -596,7 +588,7 @@ TEST(SkyDataFiles, SampleImagesLieInThePublishedDirectionsOfTheirObjects) {
 }
 
 TEST(SkyDataFiles, PleiadesModelHoldsTheClusterMembersAtTheirCatalogueDistances) {
-  REQUIRE_DATA();
+  VELMORA_REQUIRE_SKY_DATA();
   const Obj o = readObj(root() + "/samples/pleiades.obj");
   ASSERT_GT(o.v.size(), 0u);
   EXPECT_EQ(o.v.size() % 6, 0u);
@@ -618,7 +610,7 @@ TEST(SkyDataFiles, PleiadesModelHoldsTheClusterMembersAtTheirCatalogueDistances)
 }
 
 TEST(SkyDataFiles, SpectralTemperatureScaleAgreesWithTheColoursOfTheCatalogueDwarfs) {
-  REQUIRE_DATA();
+  VELMORA_REQUIRE_SKY_DATA();
   // For the main-sequence types from A0 to K9 the temperature of the map's scale and the
   // Ballesteros temperature of the median B-V of the catalogue's stars of that type agree within
   // 6 %; hotter stars are reddened and cooler ones leave the range of the B-V relation.

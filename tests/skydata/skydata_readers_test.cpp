@@ -18,14 +18,6 @@ std::string root() {
   return testsupport::sourceDir();
 }
 
-#define REQUIRE_DATA()                                                                                     \
-  do {                                                                                                     \
-    if (!testsupport::fileExists(root() + "/data/.built")) {                                               \
-      GTEST_SKIP() << "the sky data is not built (scripts/data.sh could not fetch the packages); nothing " \
-                      "to check";                                                                          \
-    }                                                                                                      \
-  } while (0)
-
 int declaredCount(const std::string& path) {
   FILE* f = std::fopen(path.c_str(), "r");
   int n = -1;
@@ -39,10 +31,10 @@ int declaredCount(const std::string& path) {
 }  // namespace
 
 TEST(SkyDataReaders, EveryStarSetReadsWithTheStarReader) {
-  REQUIRE_DATA();
+  VELMORA_REQUIRE_SKY_DATA();
   for (int n = 1; n <= 12; ++n) {
     SCOPED_TRACE(n);
-    std::string path = root() + "/data/stardata/HIP/hip." + std::to_string(n) + ".star";
+    std::string path = testsupport::starSetPath(n);
     StarList list;
     testing::internal::CaptureStderr();
     const int r = list.readStarFile(path.data(), 0, false);
@@ -68,7 +60,7 @@ TEST(SkyDataReaders, EveryStarSetReadsWithTheStarReader) {
 }
 
 TEST(SkyDataReaders, ColourMapsLoadWithTheColourMapReaders) {
-  REQUIRE_DATA();
+  VELMORA_REQUIRE_SKY_DATA();
   const std::string bvPath = root() + "/data/stardata/bv_colormap.txt";
   ColorMap* bv = loadColorMap(bvPath.c_str(), -0.4f, 2.0f);
   ASSERT_NE(bv, nullptr);
@@ -91,7 +83,7 @@ TEST(SkyDataReaders, ColourMapsLoadWithTheColourMapReaders) {
 }
 
 TEST(SkyDataReaders, EverySampleReadsWithTheModelReader) {
-  REQUIRE_DATA();
+  VELMORA_REQUIRE_SKY_DATA();
   for (const char* name : {"m51", "m51-misplaced", "m31", "m31-misplaced", "m27", "m27-misplaced", "m1",
                            "m1-misplaced", "pleiades"}) {
     SCOPED_TRACE(name);

@@ -17,12 +17,6 @@ using testsupport::writeFile;
 
 namespace {
 
-std::string errOf(const std::function<void()>& f) {
-  testing::internal::CaptureStderr();
-  f();
-  return testing::internal::GetCapturedStderr();
-}
-
 void expectColor(Color c, double r, double g, double b, double a, double eps = 1e-6) {
   EXPECT_NEAR(c.r, r, eps);
   EXPECT_NEAR(c.g, g, eps);
@@ -87,7 +81,7 @@ TEST(ColorMapFile, CountLimits) {
   for (int n : {0, 100001, -2}) {
     writeFile(f, "# a ramp\n\n" + std::to_string(n) + "\n0 0 0 1\n");
     ColorMap* m = nullptr;
-    EXPECT_EQ(errOf([&] { m = loadColorMap(f.c_str(), 0, 1); }), "Err : number of color entry in [" + f +
+    EXPECT_EQ(testsupport::stderrOf([&] { m = loadColorMap(f.c_str(), 0, 1); }), "Err : number of color entry in [" + f +
                                                                      "] = " + std::to_string(n) +
                                                                      "\n      it is quite unreasonable!\n\n");
     EXPECT_EQ(m, nullptr);
@@ -99,7 +93,7 @@ TEST(ColorMapFile, CountLimits) {
   freeColorMap(m);
   // A file with nothing but comments has no count.
   writeFile(f, "# nothing\n\n");
-  EXPECT_EQ(errOf([&] { EXPECT_EQ(loadColorMap(f.c_str(), 0, 1), nullptr); }),
+  EXPECT_EQ(testsupport::stderrOf([&] { EXPECT_EQ(loadColorMap(f.c_str(), 0, 1), nullptr); }),
             "Err : number of color entry in [" + f + "] = 0\n      it is quite unreasonable!\n\n");
 }
 
@@ -107,12 +101,12 @@ TEST(ColorMapFile, Failures) {
   TempDir dir;
   std::string f = dir.file("few.cmap");
   writeFile(f, "3\n1 1 1 1\n# c\n0 0 0 1\n");
-  EXPECT_EQ(errOf([&] { EXPECT_EQ(loadColorMap(f.c_str(), 0, 1), nullptr); }),
+  EXPECT_EQ(testsupport::stderrOf([&] { EXPECT_EQ(loadColorMap(f.c_str(), 0, 1), nullptr); }),
             "Err : not enough color entries in file [" + f + "]\n");
-  EXPECT_EQ(errOf([&] { EXPECT_EQ(loadColorMap("/nonexistent/x.cmap", 0, 1), nullptr); }),
+  EXPECT_EQ(testsupport::stderrOf([&] { EXPECT_EQ(loadColorMap("/nonexistent/x.cmap", 0, 1), nullptr); }),
             "Err : opening colormap [/nonexistent/x.cmap]\n");
   writeFile(f, "1\n1 1 1 1\n");
-  EXPECT_EQ(errOf([&] {
+  EXPECT_EQ(testsupport::stderrOf([&] {
               EXPECT_EQ(loadColorMapPtr(f.c_str(), 0, 1, [](size_t) -> void* { return nullptr; }), nullptr);
             }),
             "Err : cannot allocate memory for colormap!\n");
@@ -200,7 +194,7 @@ TEST(SpColorMapFile, TypeWithoutParentheses) {
   std::string f = dir.file("sp.txt");
   writeFile(f, "A0(V) 0 0 1 1 1\nG2V 0 0 255 240 200\nK0(V) 0 0 5 5 5\n");
   SpColorMap* m = nullptr;
-  EXPECT_EQ(errOf([&] { m = loadSpColorMap(f.c_str()); }),
+  EXPECT_EQ(testsupport::stderrOf([&] { m = loadSpColorMap(f.c_str()); }),
             "Err (line 2 in [" + f + "]) - format of spectral type incorrect.\n" + kPointer);
   // The faulty entry stands as it is and ends the map.
   ASSERT_NE(m, nullptr);
@@ -215,15 +209,15 @@ TEST(SpColorMapFile, Failures) {
   TempDir dir;
   std::string f = dir.file("sp.txt");
   writeFile(f, "# only\n\n  # comments\n");
-  EXPECT_EQ(errOf([&] { EXPECT_EQ(loadSpColorMap(f.c_str()), nullptr); }),
+  EXPECT_EQ(testsupport::stderrOf([&] { EXPECT_EQ(loadSpColorMap(f.c_str()), nullptr); }),
             "Err: no spectral color entry found in [" + f + "].\n");
   writeFile(f, "# c\nA0(V) 0 0 1 1 1\nB0(V) 0 0 1 1\n");
-  EXPECT_EQ(errOf([&] { EXPECT_EQ(loadSpColorMap(f.c_str()), nullptr); }),
+  EXPECT_EQ(testsupport::stderrOf([&] { EXPECT_EQ(loadSpColorMap(f.c_str()), nullptr); }),
             "Err (line 3 in [" + f + "]) - not enough argument.\n" + kPointer);
-  EXPECT_EQ(errOf([&] { EXPECT_EQ(loadSpColorMap("/nonexistent/sp"), nullptr); }),
+  EXPECT_EQ(testsupport::stderrOf([&] { EXPECT_EQ(loadSpColorMap("/nonexistent/sp"), nullptr); }),
             "Err : opening spectral colormap [/nonexistent/sp]\n");
   writeFile(f, "A0(V) 0 0 1 1 1\n");
-  EXPECT_EQ(errOf([&] {
+  EXPECT_EQ(testsupport::stderrOf([&] {
               EXPECT_EQ(loadSpColorMapPtr(f.c_str(), [](size_t) -> void* { return nullptr; }), nullptr);
             }),
             "Err : cannot allocate memory for spectral colormap!\n");

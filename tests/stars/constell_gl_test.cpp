@@ -78,7 +78,7 @@ class ConstellGL : public testing::Test {
   static void SetUpTestSuite() {
     if (!testsupport::fileExists(root() + "/data/.built")) return;
     sky = new StarList;
-    std::string set = root() + "/data/stardata/HIP/hip.6.star";
+    std::string set = testsupport::starSetPath(6);
     testing::internal::CaptureStderr();
     int a = sky->readStarFile(set.data(), 0, true);
     int b = sky->loadConstellations((root() + "/data/stardata/constellation.txt").c_str());

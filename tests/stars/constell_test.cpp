@@ -33,16 +33,8 @@ std::string constellationFile() {
 }
 
 std::string starSet(int n) {
-  return root() + "/data/stardata/HIP/hip." + std::to_string(n) + ".star";
+  return testsupport::starSetPath(n);
 }
-
-#define REQUIRE_DATA()                                                                                     \
-  do {                                                                                                     \
-    if (!testsupport::fileExists(root() + "/data/.built")) {                                               \
-      GTEST_SKIP() << "the sky data is not built (scripts/data.sh could not fetch the packages); nothing " \
-                      "to check";                                                                          \
-    }                                                                                                      \
-  } while (0)
 
 int readSet(StarList& list, std::string path) {
   testing::internal::CaptureStderr();
@@ -203,7 +195,7 @@ const char* kTwoFigures =
 // The real file
 
 TEST(ConstellationReader, RealFileLoadsEightyEightFiguresWhoseStarsAreInEveryStarSet) {
-  REQUIRE_DATA();
+  VELMORA_REQUIRE_SKY_DATA();
   const std::vector<Figure> figures = parseFigures(constellationFile());
   ASSERT_EQ(figures.size(), 88u);
   for (int n = 1; n <= 12; ++n) {
@@ -261,7 +253,7 @@ TEST(ConstellationReader, RealFileLoadsEightyEightFiguresWhoseStarsAreInEverySta
 }
 
 TEST(ConstellationReader, BoundaryPointsLieOnTheShellInGalacticAxes) {
-  REQUIRE_DATA();
+  VELMORA_REQUIRE_SKY_DATA();
   const std::vector<Figure> figures = parseFigures(constellationFile());
   StarList list;
   ASSERT_EQ(readSet(list, starSet(6)), 1);
@@ -301,7 +293,7 @@ TEST(ConstellationReader, ShellRadiusIsTheTimeSince1950InLightYears) {
 }
 
 TEST(ConstellationReader, PackedFileReadsTheSameAsPlainText) {
-  REQUIRE_DATA();
+  VELMORA_REQUIRE_SKY_DATA();
   TempDir dir;
   const std::string packed = dir.file("constellation.ez");
   FILE* in = fopen(constellationFile().c_str(), "rb");

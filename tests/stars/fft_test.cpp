@@ -1,5 +1,6 @@
 // The Fourier transform of the star textures: against a direct DFT in both directions, the
 // centred spectrum, the round trip, the sizes it takes and refuses, and a failing allocator.
+#include "tests/support/testutil.h"
 #include "stars/fft.h"
 
 #include <gtest/gtest.h>
@@ -18,12 +19,6 @@
 namespace {
 
 using Cd = std::complex<double>;
-
-std::string errOf(const std::function<void()>& f) {
-  testing::internal::CaptureStderr();
-  f();
-  return testing::internal::GetCapturedStderr();
-}
 
 std::vector<FFTComplex> randomArray(int rows, int columns, unsigned seed) {
   std::mt19937 gen(seed);
@@ -253,8 +248,8 @@ TEST_P(FFTRefusedShapes, RefusedWithItsMessageAndTheArrayLeftAsItWas) {
   auto a = randomArray(rows, columns, 3);
   auto orig = a;
   int fwd = 0, inv = 0;
-  EXPECT_EQ(errOf([&] { fwd = forward_fft(a.data(), s.rows, s.columns); }), kNotPower);
-  EXPECT_EQ(errOf([&] { inv = inverse_fft(a.data(), s.rows, s.columns); }), kNotPower);
+  EXPECT_EQ(testsupport::stderrOf([&] { fwd = forward_fft(a.data(), s.rows, s.columns); }), kNotPower);
+  EXPECT_EQ(testsupport::stderrOf([&] { inv = inverse_fft(a.data(), s.rows, s.columns); }), kNotPower);
   EXPECT_EQ(fwd, -1);
   EXPECT_EQ(inv, -1);
   for (size_t i = 0; i < a.size(); i++) {
@@ -282,9 +277,9 @@ TEST_F(FFTAlloc, NoStageBufferFailsWithItsMessageAndLeavesTheArray) {
   auto orig = a;
   testsupport::failAllocAfter(0);
   int rc = 0;
-  EXPECT_EQ(errOf([&] { rc = forward_fft(a.data(), 16, 8); }), kNoStorage);
+  EXPECT_EQ(testsupport::stderrOf([&] { rc = forward_fft(a.data(), 16, 8); }), kNoStorage);
   EXPECT_EQ(rc, -1);
-  EXPECT_EQ(errOf([&] { rc = inverse_fft(a.data(), 16, 8); }), kNoStorage);
+  EXPECT_EQ(testsupport::stderrOf([&] { rc = inverse_fft(a.data(), 16, 8); }), kNoStorage);
   EXPECT_EQ(rc, -1);
   for (size_t i = 0; i < a.size(); i++) {
     EXPECT_EQ(a[i].re, orig[i].re);
@@ -295,11 +290,11 @@ TEST_F(FFTAlloc, NoStageBufferFailsWithItsMessageAndLeavesTheArray) {
 TEST_F(FFTAlloc, OneStageBufferThroughThePairPerTransform) {
   auto a = randomArray(16, 8, 5);
   testsupport::failAllocAfter(1);
-  EXPECT_EQ(errOf([&] { EXPECT_EQ(forward_fft(a.data(), 16, 8), 0); }), "");
+  EXPECT_EQ(testsupport::stderrOf([&] { EXPECT_EQ(forward_fft(a.data(), 16, 8), 0); }), "");
   EXPECT_EQ(testsupport::failingAllocCalls(), 1);
   // A refused size asks for nothing.
   testsupport::failAllocAfter(-1);
-  errOf([&] { forward_fft(a.data(), 12, 8); });
+  testsupport::stderrOf([&] { forward_fft(a.data(), 12, 8); });
   EXPECT_EQ(testsupport::failingAllocCalls(), 0);
 }
 

@@ -137,7 +137,7 @@ constexpr int kSide = 256;
 constexpr int kLit = 40;  // a channel above this counts as light
 
 std::string hipFile(int n) {
-  return testsupport::sourceDir() + "/data/stardata/HIP/hip." + std::to_string(n) + ".star";
+  return testsupport::starSetPath(n);
 }
 
 int readOne(StarList& list, std::string file, int withSun = 0) {

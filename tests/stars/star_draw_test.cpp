@@ -21,7 +21,7 @@ using testsupport::writeFile;
 namespace {
 
 std::string hipFile(int n) {
-  return testsupport::sourceDir() + "/data/stardata/HIP/hip." + std::to_string(n) + ".star";
+  return testsupport::starSetPath(n);
 }
 
 int readOne(StarList& list, std::string file, int withSun = 0) {

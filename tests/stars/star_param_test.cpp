@@ -33,18 +33,6 @@ std::string halvanePath() {
   return dataRoot() + "/data/stardata/halvane.txt";
 }
 
-std::string errOf(const std::function<void()>& f) {
-  testing::internal::CaptureStderr();
-  f();
-  return testing::internal::GetCapturedStderr();
-}
-
-std::string outOf(const std::function<void()>& f) {
-  testing::internal::CaptureStdout();
-  f();
-  return testing::internal::GetCapturedStdout();
-}
-
 StarParameter defaults() {
   StarList list;
   return list.getStarParameter();
@@ -234,7 +222,7 @@ struct ReadOutcome {
 ReadOutcome readParams(StarList& list, const std::string& path, const char* dir = nullptr,
                        bool quiet = false) {
   ReadOutcome o{};
-  o.err = errOf([&] { o.result = list.readStarParameter(path.c_str(), dir, quiet); });
+  o.err = testsupport::stderrOf([&] { o.result = list.readStarParameter(path.c_str(), dir, quiet); });
   return o;
 }
 
@@ -252,55 +240,6 @@ struct ParamFile {
 // ---------------------------------------------------------------------------------------------
 // The record and its defaults
 
-TEST(StarParameterRecord, DefaultsOfInitParameter) {
-  StarParameter p = defaults();
-  EXPECT_STREQ(p.constellationFile, "");
-  EXPECT_EQ(p.constellationColorOn, 0);
-  EXPECT_EQ(p.constellationWidthOn, 0);
-  EXPECT_EQ(p.constellationLineStipple, 0);
-  EXPECT_EQ(p.constellationBoundStipple, 0);
-  EXPECT_EQ(p.labelScale, 1.0f);
-  EXPECT_STREQ(p.extrasolarPlanetFile, "");
-  EXPECT_EQ(p.extrasolarPlanetOrbitScale, 50000.0f);
-  EXPECT_EQ(p.zRangeOn, 0);
-  EXPECT_EQ(p.zRangeMin, 10.0);
-  EXPECT_EQ(p.zRangeMax, 25.0);
-  EXPECT_EQ(p.vmagRangeOn, 0);
-  EXPECT_EQ(p.vmagRangeMin, -2.0);
-  EXPECT_EQ(p.vmagRangeMax, 10.0);
-  EXPECT_EQ(p.sptypeRangeOn, 0);
-  for (int i = 0; i < STAR_NUM_SPTYPES; i++) {
-    EXPECT_EQ(p.sptypeMin[i], -1.0f);
-    EXPECT_EQ(p.sptypeMax[i], 10.0f);
-    EXPECT_EQ(p.sptypeOn[i], 0);
-  }
-  EXPECT_STREQ(p.spColormapFile, "");
-  EXPECT_STREQ(p.bvColormapFile, "");
-  EXPECT_EQ(p.bvStart, 0.0);
-  EXPECT_EQ(p.bvEnd, 0.0);
-  EXPECT_EQ(p.whichColorMap, _NO_COLOR_MAP);
-  EXPECT_EQ(p.pxsizeTex, 4);
-  EXPECT_EQ(p.texSize, 1.0);
-  EXPECT_EQ(p.texScale, 1.0);
-  EXPECT_EQ(p.texParaMinFilter, GL_LINEAR_MIPMAP_LINEAR);
-  EXPECT_EQ(p.textureSource, STAR_TEX_NONE);
-  EXPECT_STREQ(p.textureFile, "");
-  EXPECT_EQ(p.filterSize, 1.0f);
-  EXPECT_EQ(p.filterExp, 1.0f);
-  EXPECT_EQ(p.filterCutoff, 1.0f);
-  EXPECT_EQ(p.filterOrder, 1.0f);
-  for (float c : p.filterRGB) EXPECT_EQ(c, 1.0f);
-  EXPECT_EQ(p.filterType, _STAR_FILTER_CIRCULAR);
-  EXPECT_EQ(p.telescopeDiam, 0.1f);
-  EXPECT_EQ(p.exposure, 1.0f);
-  EXPECT_EQ(p.tuneIntensity, 1.0f);
-  EXPECT_EQ(p.starScale, 1.0f);
-  EXPECT_EQ(p.vmagMin, 10.0f);
-  EXPECT_EQ(p.starAtYear, 1991);
-  EXPECT_EQ(p.datasetYear, 1991);
-  for (double v : p.LSR) EXPECT_EQ(v, 0.0);
-}
-
 // The default magnification filter is the minification filter, which is no magnification
 // filter at all: a record must name one, or applying it fails at the filter step.
 TEST(StarParameterRecord, DefaultMagFilterIsNoLegalMagFilter) {
@@ -310,7 +249,7 @@ TEST(StarParameterRecord, DefaultMagFilterIsNoLegalMagFilter) {
   StarParameter p = list.getStarParameter();
   p.exposure = 2.0f;  // a step after the filter step
   int r = 0;
-  std::string err = errOf([&] { r = list.setStarParameter(p); });
+  std::string err = testsupport::stderrOf([&] { r = list.setStarParameter(p); });
   EXPECT_EQ(r, -1);
   EXPECT_EQ(
       err,
@@ -318,7 +257,7 @@ TEST(StarParameterRecord, DefaultMagFilterIsNoLegalMagFilter) {
   EXPECT_EQ(list.param.exposure, 1.0f);
   // With a magnification filter named, the same record goes through.
   p.texParaMagFilter = GL_LINEAR;
-  err = errOf([&] { r = list.setStarParameter(p); });
+  err = testsupport::stderrOf([&] { r = list.setStarParameter(p); });
   EXPECT_EQ(r, 1);
   EXPECT_EQ(err, "");
   EXPECT_EQ(list.param.exposure, 2.0f);
@@ -667,10 +606,10 @@ TEST(StarParameterFile, NullNameFailedOpenAndBadHeaderSpeakUnlessQuiet) {
   StarList list;
   StarParameter before = snapshot(list);
   int r = 0;
-  EXPECT_EQ(errOf([&] { r = list.readStarParameter(nullptr, nullptr, false); }),
+  EXPECT_EQ(testsupport::stderrOf([&] { r = list.readStarParameter(nullptr, nullptr, false); }),
             "Err: (NULL) input for readStarParameter\n");
   EXPECT_EQ(r, -1);
-  EXPECT_EQ(errOf([&] { r = list.readStarParameter(nullptr, nullptr, true); }), "");
+  EXPECT_EQ(testsupport::stderrOf([&] { r = list.readStarParameter(nullptr, nullptr, true); }), "");
   EXPECT_EQ(r, -1);
 
   TempDir dir;
@@ -843,7 +782,7 @@ TEST(StarParameterFile, LineLengthLimit) {
   ParamFile tooLong(fits + " \n");
   p = defaults();
   int r = 0;
-  std::string err = errOf([&] { r = parseStarParameterFile(tooLong.path.c_str(), nullptr, false, &p); });
+  std::string err = testsupport::stderrOf([&] { r = parseStarParameterFile(tooLong.path.c_str(), nullptr, false, &p); });
   EXPECT_EQ(r, -1);
   EXPECT_EQ(err, "Err(StarList::readStarParameter): (line 3)\n\tline longer than 511 characters in line [" +
                      fits.substr(0, 40) + "...]\n");
@@ -901,13 +840,13 @@ TEST(StarParameterWrite, DefaultsByteForByte) {
 TEST(StarParameterWrite, StdoutLeavesOutTheNote) {
   StarList list;
   int r = 0;
-  std::string out = outOf([&] { r = list.writeStarParameter(stdout); });
+  std::string out = testsupport::stdoutOf([&] { r = list.writeStarParameter(stdout); });
   EXPECT_EQ(r, 1);
   std::string expected = replaceOnce(
       kDefaultText, "# NOTE : identifier names is important while order is not important (only edit)\n\n\n",
       "");
   EXPECT_EQ(out, expected);
-  std::string err = errOf([&] { r = list.writeStarParameter(stderr, list.param); });
+  std::string err = testsupport::stderrOf([&] { r = list.writeStarParameter(stderr, list.param); });
   EXPECT_EQ(r, 1);
   EXPECT_EQ(err, expected);
 }
@@ -1015,21 +954,21 @@ TEST(StarParameterWrite, ToANamedFile) {
   list.param.exposure = 2.0f;
   std::string f = dir.file("out.txt");
   int r = 0;
-  EXPECT_EQ(errOf([&] { r = list.writeStarParameter(f.c_str()); }), "");
+  EXPECT_EQ(testsupport::stderrOf([&] { r = list.writeStarParameter(f.c_str()); }), "");
   EXPECT_EQ(r, 1);
   EXPECT_EQ(readFile(f),
             replaceOnce(kDefaultText, "exposure      = 1.000000\n", "exposure      = 2.000000\n"));
 
   std::string bad = dir.file("no/such/folder/out.txt");
-  EXPECT_EQ(errOf([&] { r = list.writeStarParameter(bad.c_str()); }),
+  EXPECT_EQ(testsupport::stderrOf([&] { r = list.writeStarParameter(bad.c_str()); }),
             "Err (writeStarParameter): error writing star parameter to [" + bad + "]\n");
   EXPECT_EQ(r, -1);
-  EXPECT_EQ(errOf([&] { r = list.writeStarParameter((const char*)nullptr); }),
+  EXPECT_EQ(testsupport::stderrOf([&] { r = list.writeStarParameter((const char*)nullptr); }),
             "Err (writeStarParameter): error writing star parameter to [(NULL)]\n");
   EXPECT_EQ(r, -1);
   // A device that takes nothing: the write fails when the file is closed.
   if (testsupport::fileExists("/dev/full")) {
-    EXPECT_EQ(errOf([&] { r = list.writeStarParameter("/dev/full"); }),
+    EXPECT_EQ(testsupport::stderrOf([&] { r = list.writeStarParameter("/dev/full"); }),
               "Err (writeStarParameter): error writing star parameter to [/dev/full]\n");
     EXPECT_EQ(r, -1);
   }
@@ -1178,9 +1117,9 @@ TEST(StarParameterHalvane, ColourMapAndTheRestApply) {
 // The whole file on a real catalogue: constellations and colour map load with it.
 TEST(StarParameterHalvane, LoadsWithConstellationsAndColourMap) {
   StarList list;
-  std::string hip = dataRoot() + "/data/stardata/HIP/hip.6.star";
+  std::string hip = testsupport::starSetPath(6);
   int r = 0;
-  errOf([&] { r = list.readStarFile(hip.data(), 0, true); });
+  testsupport::stderrOf([&] { r = list.readStarFile(hip.data(), 0, true); });
   ASSERT_EQ(r, 1);
   ReadOutcome o = readParams(list, halvanePath(), dataRoot().c_str());
   ASSERT_EQ(o.result, 1);
@@ -1217,7 +1156,7 @@ namespace {
 // A record the object takes as it stands: its own, with a magnification filter named.
 StarParameter legalCopy(StarList& list) {
   int r = 0;
-  errOf([&] { r = list.setStarTextureParaFilter(GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR); });
+  testsupport::stderrOf([&] { r = list.setStarTextureParaFilter(GL_LINEAR_MIPMAP_LINEAR, GL_LINEAR); });
   EXPECT_EQ(r, 1);
   return list.getStarParameter();
 }
@@ -1229,7 +1168,7 @@ TEST(StarParameterApply, OwnRecordChangesNothing) {
   StarParameter p = legalCopy(list);
   StarParameter before = snapshot(list);
   int r = 0;
-  EXPECT_EQ(errOf([&] { r = list.setStarParameter(p); }), "");
+  EXPECT_EQ(testsupport::stderrOf([&] { r = list.setStarParameter(p); }), "");
   EXPECT_EQ(r, 1);
   EXPECT_TRUE(sameRecord(before, snapshot(list)));
 }
@@ -1247,7 +1186,7 @@ TEST(StarParameterApply, NeverCopiesTheRecordWhole) {
   p.constellationLineWidth = 4.0f;
   StarParameter before = snapshot(list);
   int r = 0;
-  EXPECT_EQ(errOf([&] { r = list.setStarParameter(p); }), "");
+  EXPECT_EQ(testsupport::stderrOf([&] { r = list.setStarParameter(p); }), "");
   EXPECT_EQ(r, 1);
   EXPECT_TRUE(sameRecord(before, snapshot(list)));
 }
@@ -1281,7 +1220,7 @@ TEST(StarParameterApply, StepsThatNeedNoOtherUnit) {
   p.datasetYear = 2000;
   p.LSR[0] = 10.0;
   int r = 0;
-  EXPECT_EQ(errOf([&] { r = list.setStarParameter(p); }), "");
+  EXPECT_EQ(testsupport::stderrOf([&] { r = list.setStarParameter(p); }), "");
   EXPECT_EQ(r, 1);
   const StarParameter& q = list.param;
   EXPECT_EQ(q.extrasolarPlanetOrbitScale, 100.0f);
@@ -1312,7 +1251,7 @@ TEST(StarParameterApply, StepsThatNeedNoOtherUnit) {
   off.zRangeOn = 0;
   off.vmagRangeOn = 0;
   off.sptypeOn[SPTYPE_K] = 0;
-  EXPECT_EQ(errOf([&] { r = list.setStarParameter(off); }), "");
+  EXPECT_EQ(testsupport::stderrOf([&] { r = list.setStarParameter(off); }), "");
   EXPECT_EQ(r, 1);
   EXPECT_EQ(list.param.zRangeOn, 0);
   EXPECT_EQ(list.param.vmagRangeOn, 0);
@@ -1382,7 +1321,7 @@ TEST(StarParameterApply, FirstRefusalStopsTheRest) {
   p.extrasolarPlanetOrbitScale = 10.0f;  // an earlier step
   p.pxsizeTex = 9;                       // a later one
   int r = 0;
-  std::string err = errOf([&] { r = list.setStarParameter(p); });
+  std::string err = testsupport::stderrOf([&] { r = list.setStarParameter(p); });
   EXPECT_EQ(r, -1);
   EXPECT_EQ(err, "Err(setZRangeOn) : inMinZ > inMaxZ\n\n");
   EXPECT_EQ(list.param.extrasolarPlanetOrbitScale, 10.0f);
@@ -1392,7 +1331,7 @@ TEST(StarParameterApply, FirstRefusalStopsTheRest) {
   StarParameter q = legalCopy(list);
   q.extrasolarPlanetOrbitScale = -1.0f;
   q.pxsizeTex = 9;
-  err = errOf([&] { r = list.setStarParameter(q); });
+  err = testsupport::stderrOf([&] { r = list.setStarParameter(q); });
   EXPECT_EQ(r, -1);
   EXPECT_EQ(err,
             "Err (setExtrasolarPlanetOrbitScale): inExtrasolarPlanetOrbitScale should be non-negative\n");
@@ -1407,7 +1346,7 @@ TEST(StarParameterApply, PlanetFileIsRefusedForNow) {
   copyText(p.extrasolarPlanetFile, "/sky/planets.txt", sizeof p.extrasolarPlanetFile);
   p.extrasolarPlanetOrbitScale = 10.0f;
   int r = 0;
-  std::string err = errOf([&] { r = list.setStarParameter(p); });
+  std::string err = testsupport::stderrOf([&] { r = list.setStarParameter(p); });
   EXPECT_EQ(r, -1);
   EXPECT_EQ(err,
             "Err(StarList::setStarParameter): no extrasolar planet support to load [/sky/planets.txt]\n");
@@ -1448,7 +1387,7 @@ TEST(StarParameterApply, ConstellationSteps) {
   p.constellationBoundStipple = 0xAAAA;
   p.labelScale = 2.0f;
   int r = 0;
-  EXPECT_EQ(errOf([&] { r = list.setStarParameter(p); }), "");
+  EXPECT_EQ(testsupport::stderrOf([&] { r = list.setStarParameter(p); }), "");
   EXPECT_EQ(r, 1);
   EXPECT_EQ(list.param.constellationColorOn, 1);
   EXPECT_EQ(list.param.constellationBoundColor[2], 0.25f);
@@ -1464,7 +1403,7 @@ TEST(StarParameterApply, ConstellationSteps) {
   q.constellationColorOn = 1;
   q.constellationBoundColor[1] = 2.0f;
   q.pxsizeTex = 9;
-  std::string err = errOf([&] { r = list.setStarParameter(q); });
+  std::string err = testsupport::stderrOf([&] { r = list.setStarParameter(q); });
   EXPECT_EQ(r, -1);
   EXPECT_EQ(err, "Err (setConstellationColors): the (1)th component of inBoundColor out of range [0,1]\n");
   EXPECT_EQ(list.param.pxsizeTex, 4);
@@ -1480,7 +1419,7 @@ TEST(StarParameterApply, ColourMapSteps) {
   p.bvStart = -0.4f;
   p.bvEnd = 2.0f;
   int r = 0;
-  EXPECT_EQ(errOf([&] { r = list.setStarParameter(p); }), "");
+  EXPECT_EQ(testsupport::stderrOf([&] { r = list.setStarParameter(p); }), "");
   EXPECT_EQ(r, 1);
   ASSERT_NE(list.bvColorMap, nullptr);
   EXPECT_EQ(list.param.whichColorMap, _USE_BV_COLOR_MAP);
@@ -1506,7 +1445,7 @@ TEST(StarParameterApply, ColourMapSteps) {
   std::string missing = root + "/data/stardata/no_such_map.txt";
   copyText(p.bvColormapFile, missing.c_str(), sizeof p.bvColormapFile);
   p.pxsizeTex = 9;
-  std::string err = errOf([&] { r = list.setStarParameter(p); });
+  std::string err = testsupport::stderrOf([&] { r = list.setStarParameter(p); });
   EXPECT_EQ(r, -1);
   // The first line is the colour map reader's own.
   EXPECT_EQ(err, "Err : opening colormap [" + missing + "]\nErr: (loadColorMapBV) failed to load colormap [" +
@@ -1533,7 +1472,7 @@ TEST(StarParameterApply, BackToTheLoadedBvMapSwitchesWithoutReload) {
   StarParameter p = legalCopy(list);
   p.whichColorMap = _USE_BV_COLOR_MAP;
   int r = 0;
-  EXPECT_EQ(errOf([&] { r = list.setStarParameter(p); }), "");
+  EXPECT_EQ(testsupport::stderrOf([&] { r = list.setStarParameter(p); }), "");
   EXPECT_EQ(r, 1);
   EXPECT_EQ(list.param.whichColorMap, _USE_BV_COLOR_MAP);
   EXPECT_EQ(list.bvColorMap, loaded);
@@ -1546,13 +1485,13 @@ TEST(StarParameterSetters, ExtrasolarPlanetOrbitScale) {
   StarList list;
   int r = 0;
   for (float ok : {0.0f, 123.5f, 1e6f}) {
-    EXPECT_EQ(errOf([&] { r = list.setExtrasolarPlanetOrbitScale(ok); }), "");
+    EXPECT_EQ(testsupport::stderrOf([&] { r = list.setExtrasolarPlanetOrbitScale(ok); }), "");
     EXPECT_EQ(r, 1);
     EXPECT_EQ(list.param.extrasolarPlanetOrbitScale, ok);
   }
   for (float bad : {-1.0f, -1e-6f, NAN}) {
     StarParameter before = snapshot(list);
-    EXPECT_EQ(errOf([&] { r = list.setExtrasolarPlanetOrbitScale(bad); }),
+    EXPECT_EQ(testsupport::stderrOf([&] { r = list.setExtrasolarPlanetOrbitScale(bad); }),
               "Err (setExtrasolarPlanetOrbitScale): inExtrasolarPlanetOrbitScale should be non-negative\n");
     EXPECT_EQ(r, -1);
     EXPECT_TRUE(sameRecord(before, snapshot(list)));

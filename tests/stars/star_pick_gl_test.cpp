@@ -96,7 +96,7 @@ class StarPickGL : public testing::Test {
 TEST_F(StarPickGL, ClickOnSiriusInARenderedFramePicksHD48915) {
   if (!testsupport::fileExists(root() + "/data/.built")) GTEST_SKIP() << "the sky data is not built";
   StarList list;
-  readFile(list, root() + "/data/stardata/HIP/hip.6.star");
+  readFile(list, testsupport::starSetPath(6));
   NODE_StarObject sirius;
   ASSERT_EQ(list.getStarByHD(&sirius, 48915), 1);
   double dir[3] = {sirius.pos.x, sirius.pos.y, sirius.pos.z};
@@ -153,7 +153,7 @@ TEST_F(StarPickGL, ClickOnSiriusInARenderedFramePicksHD48915) {
 TEST_F(StarPickGL, ClickOnEmptySkyReturnsZeroAndLeavesTheRecord) {
   if (!testsupport::fileExists(root() + "/data/.built")) GTEST_SKIP() << "the sky data is not built";
   StarList list;
-  readFile(list, root() + "/data/stardata/HIP/hip.6.star");
+  readFile(list, testsupport::starSetPath(6));
   NODE_StarObject sirius;
   ASSERT_EQ(list.getStarByHD(&sirius, 48915), 1);
   double dir[3] = {sirius.pos.x, sirius.pos.y, sirius.pos.z};

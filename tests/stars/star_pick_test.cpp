@@ -19,17 +19,9 @@ std::string root() {
   return testsupport::sourceDir();
 }
 
-#define REQUIRE_DATA()                                                                                     \
-  do {                                                                                                     \
-    if (!testsupport::fileExists(root() + "/data/.built")) {                                               \
-      GTEST_SKIP() << "the sky data is not built (scripts/data.sh could not fetch the packages); nothing " \
-                      "to check";                                                                          \
-    }                                                                                                      \
-  } while (0)
-
 // The default star set with the real constellations.
 void readSky(StarList& list) {
-  std::string set = root() + "/data/stardata/HIP/hip.6.star";
+  std::string set = testsupport::starSetPath(6);
   testing::internal::CaptureStderr();
   ASSERT_EQ(list.readStarFile(set.data(), 0, true), 1);
   ASSERT_EQ(list.loadConstellations((root() + "/data/stardata/constellation.txt").c_str()), 1);
@@ -75,7 +67,7 @@ std::string smallFile(const std::vector<SmallStar>& stars) {
 }  // namespace
 
 TEST(StarLookup, SiriusByNameHicAndHd) {
-  REQUIRE_DATA();
+  VELMORA_REQUIRE_SKY_DATA();
   StarList list;
   readSky(list);
   NODE_StarObject s;
@@ -100,7 +92,7 @@ TEST(StarLookup, SiriusByNameHicAndHd) {
 }
 
 TEST(StarLookup, UnknownNamesAndNumbersFindNothingAndLeaveTheRecord) {
-  REQUIRE_DATA();
+  VELMORA_REQUIRE_SKY_DATA();
   StarList list;
   readSky(list);
   struct Case {
@@ -133,7 +125,7 @@ TEST(StarLookup, UnknownNamesAndNumbersFindNothingAndLeaveTheRecord) {
 }
 
 TEST(StarLookup, ByConstellationNameMatchesAPrefixOfAnyWord) {
-  REQUIRE_DATA();
+  VELMORA_REQUIRE_SKY_DATA();
   StarList list;
   readSky(list);
   struct Case {
@@ -169,7 +161,7 @@ TEST(StarLookup, ByConstellationNameMatchesAPrefixOfAnyWord) {
 }
 
 TEST(StarLookup, ByCodeMatchesOverAtMostThreeLetters) {
-  REQUIRE_DATA();
+  VELMORA_REQUIRE_SKY_DATA();
   StarList list;
   readSky(list);
   struct Case {

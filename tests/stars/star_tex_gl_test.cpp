@@ -25,18 +25,6 @@ namespace {
 
 constexpr int kWin = 128;
 
-std::string errOf(const std::function<void()>& f) {
-  testing::internal::CaptureStderr();
-  f();
-  return testing::internal::GetCapturedStderr();
-}
-
-std::string outOf(const std::function<void()>& f) {
-  testing::internal::CaptureStdout();
-  f();
-  return testing::internal::GetCapturedStdout();
-}
-
 // The bytes of level 0 of the bound texture, with its size.
 std::vector<unsigned char> readTexture(unsigned int name, int* w, int* h) {
   glBindTexture(GL_TEXTURE_2D, name);
@@ -75,7 +63,7 @@ class StarTexGL : public testing::Test {
   std::vector<unsigned char> expected(int* w, int* h, double* diam) {
     unsigned char* a = nullptr;
     const StarParameter& p = list.param;
-    outOf([&] {
+    testsupport::stdoutOf([&] {
       switch (p.textureSource) {
         case STAR_TEX_AIRY:
           a = list.initAiryTexture(w, h, p.filterSize, p.filterCutoff, p.telescopeDiam);
@@ -105,7 +93,7 @@ class StarTexGL : public testing::Test {
     auto want = expected(&w, &h, &diam);
     ASSERT_FALSE(want.empty()) << what;
     int rc = 0;
-    outOf([&] { rc = list.initTexture(&list.texId); });
+    testsupport::stdoutOf([&] { rc = list.initTexture(&list.texId); });
     ASSERT_EQ(rc, 1) << what;
     ASSERT_NE(list.texId, 0u) << what;
     EXPECT_TRUE(glIsTexture(list.texId)) << what;
@@ -217,12 +205,12 @@ TEST_F(StarTexGL, ATwoChannelFileFailsAndInitTextureGivesMinusOne) {
   writeFile(path, texfixtures::sgiImage(8, 8, 2, [](int, int, int) { return (unsigned char)9; }));
   ASSERT_EQ(list.setStarTextureFile(path.c_str(), 1.0), 1);
   int rc = 0;
-  EXPECT_EQ(errOf([&] { rc = list.initTexture(&list.texId); }),
+  EXPECT_EQ(testsupport::stderrOf([&] { rc = list.initTexture(&list.texId); }),
             "ERR : texFile [" + path + "] should have three or four channels\n\n");
   EXPECT_EQ(rc, -1);
   // A missing file likewise.
   ASSERT_EQ(list.setStarTextureFile(dir.file("none.ppm").c_str(), 1.0), 1);
-  EXPECT_EQ(errOf([&] { rc = list.initTexture(&list.texId); }), "Err : reading [" + dir.file("none.ppm") + "]\n");
+  EXPECT_EQ(testsupport::stderrOf([&] { rc = list.initTexture(&list.texId); }), "Err : reading [" + dir.file("none.ppm") + "]\n");
   EXPECT_EQ(rc, -1);
 }
 
@@ -245,8 +233,8 @@ TEST_F(StarTexGL, OnlyAnAcceptedSourceSetterDropsTheTextureForARebuild) {
   ASSERT_EQ(list.initTexture(&list.texId), 1);
   unsigned int built = list.texId;
   // Refusals, filters and scale leave the texture standing.
-  errOf([&] { EXPECT_EQ(list.setStarTextureGauss(2.0f, 1.0f), -1); });
-  errOf([&] { EXPECT_EQ(list.setStarTextureFile("", 1.0), -1); });
+  testsupport::stderrOf([&] { EXPECT_EQ(list.setStarTextureGauss(2.0f, 1.0f), -1); });
+  testsupport::stderrOf([&] { EXPECT_EQ(list.setStarTextureFile("", 1.0), -1); });
   EXPECT_EQ(list.setStarTextureParaFilter(GL_NEAREST, GL_NEAREST), 1);
   EXPECT_EQ(list.setStarTextureScale(2.0), 1);
   EXPECT_EQ(list.texId, built);
@@ -360,7 +348,7 @@ TEST_F(StarTexGL, AiryAndFFTBillboardsForTheEye) {
   savePPM("/tmp/velmora_star_airy.ppm", airyPix, kWin, kWin);
   const float rgb[3] = {1.0f, 0.9f, 0.7f};
   ASSERT_EQ(list.setStarTextureFFT(0.25f, 0.5f, 0.8f, 1.0f, rgb, _STAR_FILTER_SQUARE), 1);
-  outOf([&] { ASSERT_EQ(list.initTexture(&list.texId), 1); });
+  testsupport::stdoutOf([&] { ASSERT_EQ(list.initTexture(&list.texId), 1); });
   auto fftPix = drawBillboard(list);
   savePPM("/tmp/velmora_star_fft.ppm", fftPix, kWin, kWin);
   for (auto* pix : {&airyPix, &fftPix}) {

@@ -30,18 +30,6 @@ namespace {
 
 constexpr int N = kStarTexSide;
 
-std::string errOf(const std::function<void()>& f) {
-  testing::internal::CaptureStderr();
-  f();
-  return testing::internal::GetCapturedStderr();
-}
-
-std::string outOf(const std::function<void()>& f) {
-  testing::internal::CaptureStdout();
-  f();
-  return testing::internal::GetCapturedStdout();
-}
-
 // Pixel (column x, row y) of a 64 x 64 texture.
 const unsigned char* px(const unsigned char* t, int x, int y) {
   return t + (y * N + x) * 4;
@@ -269,7 +257,7 @@ TEST(FFTTexture, CircularFilterAtSize1CoversR32AndPeaksAtTheMiddle) {
   int w = 0, h = 0;
   const float white[3] = {1, 1, 1};
   unsigned char* data = nullptr;
-  EXPECT_EQ(outOf([&] { data = list.initFFTTexture(&w, &h, 1.0f, 1.0f, 1.0f, 1.0f, white, _STAR_FILTER_CIRCULAR); }),
+  EXPECT_EQ(testsupport::stdoutOf([&] { data = list.initFFTTexture(&w, &h, 1.0f, 1.0f, 1.0f, 1.0f, white, _STAR_FILTER_CIRCULAR); }),
             "fft texture (_FILTER_CIRCULAR)!\n");
   Tex t{list, data};
   ASSERT_NE(t.data, nullptr);
@@ -307,7 +295,7 @@ TEST_P(FFTTextureClosedForm, EveryPixelFollowsTheDirectSum) {
   int w, h;
   const float rgb[3] = {1.0f, 0.5f, 0.25f};
   unsigned char* data = nullptr;
-  EXPECT_EQ(outOf([&] { data = list.initFFTTexture(&w, &h, k.size, k.exponent, k.cutoff, k.order, rgb, k.type); }),
+  EXPECT_EQ(testsupport::stdoutOf([&] { data = list.initFFTTexture(&w, &h, k.size, k.exponent, k.cutoff, k.order, rgb, k.type); }),
             k.message);
   Tex t{list, data};
   auto power = directFFTPower(k.filter, (double)k.size * 32, k.order);
@@ -342,8 +330,8 @@ TEST(FFTTexture, CutoffZeroDividesByZeroUnguardedAndComesOutBlack) {
   int w, h;
   const float white[3] = {1, 1, 1};
   unsigned char* data = nullptr;
-  std::string err = errOf([&] {
-    outOf([&] { data = list.initFFTTexture(&w, &h, 1.0f, 1.0f, 0.0f, 1.0f, white, _STAR_FILTER_CIRCULAR); });
+  std::string err = testsupport::stderrOf([&] {
+    testsupport::stdoutOf([&] { data = list.initFFTTexture(&w, &h, 1.0f, 1.0f, 0.0f, 1.0f, white, _STAR_FILTER_CIRCULAR); });
   });
   EXPECT_EQ(err, "");
   Tex t{list, data};
@@ -359,7 +347,7 @@ TEST(FFTTexture, AnUnknownFilterTypeLeavesTheFilterAtZeroAndWritesNothing) {
   int w, h;
   const float white[3] = {1, 1, 1};
   unsigned char* data = nullptr;
-  EXPECT_EQ(outOf([&] { data = list.initFFTTexture(&w, &h, 1.0f, 1.0f, 1.0f, 1.0f, white, 7); }), "");
+  EXPECT_EQ(testsupport::stdoutOf([&] { data = list.initFFTTexture(&w, &h, 1.0f, 1.0f, 1.0f, 1.0f, white, 7); }), "");
   Tex t{list, data};
   for (int p = 0; p < N * N; p++) {
     EXPECT_EQ(t.data[p * 4], 0);
@@ -376,8 +364,8 @@ TEST(FFTTexture, AFailedTransformIsNotLookedAt) {
   int w, h;
   const float white[3] = {1, 1, 1};
   unsigned char* data = nullptr;
-  std::string err = errOf([&] {
-    outOf([&] { data = list.initFFTTexture(&w, &h, 1.0f, 1.0f, 1.0f, 1.0f, white, _STAR_FILTER_CIRCULAR); });
+  std::string err = testsupport::stderrOf([&] {
+    testsupport::stdoutOf([&] { data = list.initFFTTexture(&w, &h, 1.0f, 1.0f, 1.0f, 1.0f, white, _STAR_FILTER_CIRCULAR); });
   });
   EXPECT_EQ(err, "Insufficient storage for fft buffersInsufficient storage for fft buffers");
   Tex t{list, data};
@@ -420,7 +408,7 @@ class FileTexture : public testing::Test {
   unsigned char* load(const std::string& path, int* w, int* h, std::string* err) {
     copyTextInto(path);
     unsigned char* data = nullptr;
-    *err = errOf([&] { data = list.initFileTexture(w, h); });
+    *err = testsupport::stderrOf([&] { data = list.initFileTexture(w, h); });
     return data;
   }
   void copyTextInto(const std::string& path) {
@@ -551,7 +539,7 @@ TEST(InitTexture, WithoutAGLContextNoNameCanBeMade) {
   list.param.textureSource = STAR_TEX_GAUSS;
   unsigned int name = 0;
   int rc = 0;
-  EXPECT_EQ(errOf([&] { rc = list.initTexture(&name); }), "Err : cannot generate texture name!\n\n");
+  EXPECT_EQ(testsupport::stderrOf([&] { rc = list.initTexture(&name); }), "Err : cannot generate texture name!\n\n");
   EXPECT_EQ(rc, -1);
   EXPECT_EQ(name, 0u);
 }
@@ -609,7 +597,7 @@ TEST(IntenDiam, BisectionAgreesWithSortedSumsForTheComputedProfiles) {
   textures.push_back(list.initGaussTexture(&w, &h, 0.25f, 1.0f));
   textures.push_back(list.initGaussTexture(&w, &h, 0.1f, 0.5f));
   textures.push_back(list.initAiryTexture(&w, &h, 0.5f, 1.0f, 0.1f));
-  outOf([&] { textures.push_back(list.initFFTTexture(&w, &h, 0.3f, 1.0f, 1.0f, 1.0f, white, _STAR_FILTER_SQUARE)); });
+  testsupport::stdoutOf([&] { textures.push_back(list.initFFTTexture(&w, &h, 0.3f, 1.0f, 1.0f, 1.0f, white, _STAR_FILTER_SQUARE)); });
   for (unsigned char* t : textures) {
     for (double fraction : {0.5, 0.8}) {
       float r = list.computeIntenDiamTex(t, 64, 64, 4, fraction);
@@ -666,7 +654,7 @@ TEST(ApplyBlur, AveragesRandomBlocksAndSaysWhere) {
   for (size_t i = 0; i < t.size(); i++) t[i] = (unsigned char)(i * 37 % 251);
   auto before = t;
   srand(5);
-  std::string out = outOf([&] { applyBlur(t.data(), 16, 12, 3, 4); });
+  std::string out = testsupport::stdoutOf([&] { applyBlur(t.data(), 16, 12, 3, 4); });
   // Four reports of two lines each, the fourth mean 0 for three channels.
   int cx, cy, ww, hh, m0, m1, m2, m3, used;
   const char* s = out.c_str();
@@ -699,7 +687,7 @@ TEST(ApplyBlur, TheMeanIsTheBlocksAverageWithinTheNoise) {
   srand(9);
   for (int n = 0; n < 50; n++) {
     std::vector<unsigned char> t(8 * 8 * 4, 100);
-    outOf([&] { applyBlur(t.data(), 8, 8, 4, 1); });
+    testsupport::stdoutOf([&] { applyBlur(t.data(), 8, 8, 4, 1); });
     int changed = 0;
     for (unsigned char v : t) {
       EXPECT_GE(v, 96);
@@ -710,7 +698,7 @@ TEST(ApplyBlur, TheMeanIsTheBlocksAverageWithinTheNoise) {
   }
   // Too small a texture has no inner block: left alone, nothing written.
   std::vector<unsigned char> tiny(2 * 2 * 4, 9);
-  EXPECT_EQ(outOf([&] { applyBlur(tiny.data(), 2, 2, 4, 3); }), "");
+  EXPECT_EQ(testsupport::stdoutOf([&] { applyBlur(tiny.data(), 2, 2, 4, 3); }), "");
   for (unsigned char v : tiny) EXPECT_EQ(v, 9);
 }
 
@@ -809,7 +797,7 @@ TEST(TextureSetters, RefuseBadValuesWithTheirMessagesAndLeaveEverythingAsItWas) 
     StarParameter before;
     memcpy(&before, &list.param, sizeof before);
     int rc = 0;
-    EXPECT_EQ(errOf([&] { rc = c.call(list); }), c.message) << c.what;
+    EXPECT_EQ(testsupport::stderrOf([&] { rc = c.call(list); }), c.message) << c.what;
     EXPECT_EQ(rc, -1) << c.what;
     EXPECT_EQ(memcmp(&before, &list.param, sizeof before), 0) << c.what;
     EXPECT_EQ(list.texId, 4242u) << c.what;
@@ -819,7 +807,7 @@ TEST(TextureSetters, RefuseBadValuesWithTheirMessagesAndLeaveEverythingAsItWas) 
 TEST(TextureSetters, AiryStoresSetsSizeSixAndSourceAndDropsTheTexture) {
   StarList list;
   list.texId = 99;
-  EXPECT_EQ(errOf([&] { EXPECT_EQ(list.setStarTextureAiry(0.0f, 1.0f, 0.3f), 1); }), "");
+  EXPECT_EQ(testsupport::stderrOf([&] { EXPECT_EQ(list.setStarTextureAiry(0.0f, 1.0f, 0.3f), 1); }), "");
   EXPECT_EQ(list.texId, 0u);
   EXPECT_EQ(list.param.texSize, 6.0);
   EXPECT_EQ(list.param.filterSize, 0.0f);

@@ -1,5 +1,6 @@
 // The brightness and size model: magnitudes, the size tables, point sizes and alphas, the seeded
 // tables, the buckets and the setters.
+#include "tests/support/testutil.h"
 #include "stars/starsize.h"
 
 #include <gtest/gtest.h>
@@ -11,12 +12,6 @@
 #include "stars/star.h"
 
 namespace {
-
-std::string errOf(const std::function<void()>& f) {
-  testing::internal::CaptureStderr();
-  f();
-  return testing::internal::GetCapturedStderr();
-}
 
 // radPerPixel that makes a star of magnitude vmag exactly hh = h x h in half-pixel area terms.
 float radPerPixelFor(StarList& list, float vmag, double hh) {
@@ -295,9 +290,9 @@ TEST(StarBrightness, BucketAllocationFailureEndsTheProcess) {
 
 TEST(StarBrightnessSetters, PtFaintAndPtLarge) {
   StarList list;
-  EXPECT_EQ(errOf([&] { EXPECT_EQ(list.setPtFaint(-0.01f), -1); }),
+  EXPECT_EQ(testsupport::stderrOf([&] { EXPECT_EQ(list.setPtFaint(-0.01f), -1); }),
             "Err (setPtFaint) : inPtFaint out of range [0,1]\n\n");
-  EXPECT_EQ(errOf([&] { EXPECT_EQ(list.setPtFaint(1.01f), -1); }),
+  EXPECT_EQ(testsupport::stderrOf([&] { EXPECT_EQ(list.setPtFaint(1.01f), -1); }),
             "Err (setPtFaint) : inPtFaint out of range [0,1]\n\n");
   EXPECT_FLOAT_EQ(list.ptFaint, 0.05f);
   EXPECT_EQ(list.setPtFaint(1.0f), 1);
@@ -306,7 +301,7 @@ TEST(StarBrightnessSetters, PtFaintAndPtLarge) {
   EXPECT_EQ(list.setPtFaint(0.0f), 1);
   EXPECT_EQ(list.pxMin, 0);
   EXPECT_EQ(list.threshTable[7], 0);
-  EXPECT_EQ(errOf([&] { EXPECT_EQ(list.setPtLarge(0), -1); }),
+  EXPECT_EQ(testsupport::stderrOf([&] { EXPECT_EQ(list.setPtLarge(0), -1); }),
             "Err (setPtLarge) : inPtLarge should be positive.\n\n");
   EXPECT_EQ(list.ptLarge, 16);
   EXPECT_EQ(list.setPtLarge(100), 1);
@@ -317,14 +312,14 @@ TEST(StarBrightnessSetters, PtFaintAndPtLarge) {
 
 TEST(StarBrightnessSetters, SizesAndScales) {
   StarList list;
-  EXPECT_EQ(errOf([&] { EXPECT_EQ(list.setPXsizeTex(-1), -1); }),
+  EXPECT_EQ(testsupport::stderrOf([&] { EXPECT_EQ(list.setPXsizeTex(-1), -1); }),
             "Err (setPXsizeTex) : inPtsizeTex should be non-negative.\n\n");
   EXPECT_EQ(list.param.pxsizeTex, 4);
   EXPECT_EQ(list.setPXsizeTex(0), 1);
   EXPECT_EQ(list.param.pxsizeTex, 0);
   EXPECT_EQ(list.setPXsizeTex(65), 1);
   EXPECT_EQ(list.param.pxsizeTex, 64);
-  EXPECT_EQ(errOf([&] { EXPECT_EQ(list.setStarScale(0), -1); }),
+  EXPECT_EQ(testsupport::stderrOf([&] { EXPECT_EQ(list.setStarScale(0), -1); }),
             "Err (setStarScale) : inStarScale should be positive.\n\n");
   EXPECT_EQ(list.setStarScale(1.5f), 1);
   EXPECT_EQ(list.param.starScale, 1.5f);
@@ -332,7 +327,7 @@ TEST(StarBrightnessSetters, SizesAndScales) {
 
 TEST(StarBrightnessSetters, ExposureAndTune) {
   StarList list;
-  EXPECT_EQ(errOf([&] { EXPECT_EQ(list.setExposure(0), -1); }),
+  EXPECT_EQ(testsupport::stderrOf([&] { EXPECT_EQ(list.setExposure(0), -1); }),
             "Err (setExposure) : inExposure should be positive.\n\n");
   EXPECT_EQ(list.setExposure(1.000001f), 1);
   EXPECT_EQ(list.param.exposure, 1.000001f);
@@ -341,7 +336,7 @@ TEST(StarBrightnessSetters, ExposureAndTune) {
   EXPECT_EQ(list.exposureOn, 1);
   EXPECT_EQ(list.setExposure(1.0f), 1);
   EXPECT_EQ(list.exposureOn, 0);
-  EXPECT_EQ(errOf([&] { EXPECT_EQ(list.setTuneIntensity(-1), -1); }),
+  EXPECT_EQ(testsupport::stderrOf([&] { EXPECT_EQ(list.setTuneIntensity(-1), -1); }),
             "Err (setTuneIntensity)  : inTuneIntensity should be positive.\n\n");
   EXPECT_EQ(list.setTuneIntensity(1.000001f), 1);
   EXPECT_EQ(list.tuneOn, 0);
@@ -353,19 +348,19 @@ TEST(StarBrightnessSetters, ExposureAndTune) {
 TEST(StarBrightnessSetters, VMagMinIsClamped) {
   StarList list;
   const char* msg = "Err (setVMagMin) : inVMagMin should be reasonable range [-10,20].\n\n";
-  EXPECT_EQ(errOf([&] { EXPECT_EQ(list.setVMagMin(30), 1); }), msg);
+  EXPECT_EQ(testsupport::stderrOf([&] { EXPECT_EQ(list.setVMagMin(30), 1); }), msg);
   EXPECT_EQ(list.param.vmagMin, 20.0f);
-  EXPECT_EQ(errOf([&] { EXPECT_EQ(list.setVMagMin(-11), 1); }), msg);
+  EXPECT_EQ(testsupport::stderrOf([&] { EXPECT_EQ(list.setVMagMin(-11), 1); }), msg);
   EXPECT_EQ(list.param.vmagMin, -10.0f);
-  EXPECT_EQ(errOf([&] { EXPECT_EQ(list.setVMagMin(6.5f), 1); }), "");
+  EXPECT_EQ(testsupport::stderrOf([&] { EXPECT_EQ(list.setVMagMin(6.5f), 1); }), "");
   EXPECT_EQ(list.param.vmagMin, 6.5f);
 }
 
 TEST(StarBrightnessSetters, RescaleHintAndLumScale) {
   StarList list;
-  EXPECT_EQ(errOf([&] { EXPECT_EQ(list.ptSizeRescaleHint(3, 1), -1); }),
+  EXPECT_EQ(testsupport::stderrOf([&] { EXPECT_EQ(list.ptSizeRescaleHint(3, 1), -1); }),
             "Err : ptSizeRescaleHint() : unknown flag!\n\n");
-  EXPECT_EQ(errOf([&] { EXPECT_EQ(list.ptSizeRescaleHint(2, 0), -1); }),
+  EXPECT_EQ(testsupport::stderrOf([&] { EXPECT_EQ(list.ptSizeRescaleHint(2, 0), -1); }),
             "Err : ptSizeRescaleHint() : fixedLum should be positive!\n\n");
   EXPECT_EQ(list.ptRescaleMode, 2);
   EXPECT_EQ(list.fixedLum, 200000.0f);

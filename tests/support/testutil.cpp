@@ -1,5 +1,7 @@
 #include "tests/support/testutil.h"
 
+#include <gtest/gtest.h>
+
 #include <sys/wait.h>
 
 #include <cstdio>
@@ -68,6 +70,26 @@ std::string binaryDir() {
 }
 std::string sourceDir() {
   return VELMORA_SOURCE_DIR;
+}
+
+bool skyDataBuilt() {
+  return fileExists(sourceDir() + "/data/.built");
+}
+
+std::string starSetPath(int n) {
+  return sourceDir() + "/data/stardata/HIP/hip." + std::to_string(n) + ".star";
+}
+
+std::string stderrOf(const std::function<void()>& f) {
+  testing::internal::CaptureStderr();
+  f();
+  return testing::internal::GetCapturedStderr();
+}
+
+std::string stdoutOf(const std::function<void()>& f) {
+  testing::internal::CaptureStdout();
+  f();
+  return testing::internal::GetCapturedStdout();
 }
 
 }  // namespace testsupport
