@@ -9,20 +9,15 @@
 #include <vector>
 
 #include "stars/star.h"
+#include "tests/stars/star_fixtures.h"
 #include "tests/support/testutil.h"
 
 using testsupport::TempDir;
 using testsupport::writeFile;
 
-namespace {
+using startest::readOne;
 
-int readOne(StarList& list, std::string file, int withSun = 0) {
-  char* name = file.data();
-  testing::internal::CaptureStderr();
-  int r = list.readStarFiles(1, &name, withSun, false);
-  testing::internal::GetCapturedStderr();
-  return r;
-}
+namespace {
 
 }  // namespace
 

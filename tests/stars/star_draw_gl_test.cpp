@@ -20,6 +20,7 @@
 
 #include "coords/math3D.h"
 #include "stars/star.h"
+#include "tests/stars/star_fixtures.h"
 #include "tests/support/testutil.h"
 #include "tests/support/xvfb.h"
 
@@ -131,22 +132,12 @@ void glPushAttrib(GLbitfield bits) {
 // ---------------------------------------------------------------------------------------------
 // Window, views and pixels
 
+using startest::readOne;
+
 namespace {
 
 constexpr int kSide = 256;
 constexpr int kLit = 40;  // a channel above this counts as light
-
-std::string hipFile(int n) {
-  return testsupport::starSetPath(n);
-}
-
-int readOne(StarList& list, std::string file, int withSun = 0) {
-  char* name = file.data();
-  testing::internal::CaptureStderr();
-  int r = list.readStarFiles(1, &name, withSun, false);
-  testing::internal::GetCapturedStderr();
-  return r;
-}
 
 int indexWhere(const StarList& list, const std::function<bool(const NODE_StarObject&)>& pred) {
   for (int i = 0; i < list.numStars; i++)
@@ -298,7 +289,7 @@ GLuint whiteTexture() {
 
 TEST_F(StarDrawGL, StarLightsThePixelItsDirectionProjectsTo) {
   StarList list;
-  ASSERT_EQ(readOne(list, hipFile(1)), 1);
+  ASSERT_EQ(readOne(list, testsupport::starSetPath(1)), 1);
   int sirius = indexWhere(list, [](const NODE_StarObject& s) { return s.HD == 48915; });
   ASSERT_GE(sirius, 0);
   double dir[3];
@@ -341,7 +332,7 @@ TEST_F(StarDrawGL, StarLightsThePixelItsDirectionProjectsTo) {
 
 TEST_F(StarDrawGL, BrighterStarIsLarger) {
   StarList list;
-  ASSERT_EQ(readOne(list, hipFile(1)), 1);
+  ASSERT_EQ(readOne(list, testsupport::starSetPath(1)), 1);
   int lit[2];
   const int hd[2] = {48915, 61421};  // Sirius, magnitude -1.5; Procyon, 0.4
   for (int k = 0; k < 2; k++) {
@@ -366,7 +357,7 @@ TEST_F(StarDrawGL, BrighterStarIsLarger) {
 
 TEST_F(StarDrawGL, ColourIsTheColourMapsColour) {
   StarList list;
-  ASSERT_EQ(readOne(list, hipFile(1)), 1);
+  ASSERT_EQ(readOne(list, testsupport::starSetPath(1)), 1);
   std::string map = testsupport::sourceDir() + "/data/stardata/bv_colormap.txt";
   ASSERT_EQ(list.loadColorMapBV(map.c_str(), -0.4f, 2.0f), 1);
   struct Case {
@@ -409,7 +400,7 @@ TEST_F(StarDrawGL, ColourIsTheColourMapsColour) {
 
 TEST_F(StarDrawGL, FilteredOutStarsAreAbsent) {
   StarList list;
-  ASSERT_EQ(readOne(list, hipFile(1)), 1);
+  ASSERT_EQ(readOne(list, testsupport::starSetPath(1)), 1);
   int sirius = indexWhere(list, [](const NODE_StarObject& s) { return s.HD == 48915; });
   ASSERT_GE(sirius, 0);
   ASSERT_STREQ(list.stars[sirius].spClass, "A");  // A1, 2.64 pc = 10^16.91 m, magnitude -1.46
@@ -453,7 +444,7 @@ TEST_F(StarDrawGL, FilteredOutStarsAreAbsent) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
     StarList fresh;
-    ASSERT_EQ(readOne(fresh, hipFile(1)), 1);
+    ASSERT_EQ(readOne(fresh, testsupport::starSetPath(1)), 1);
     c.set(fresh);
     clear();
     viewFromOrigin(20, dir);
@@ -465,7 +456,7 @@ TEST_F(StarDrawGL, FilteredOutStarsAreAbsent) {
 
 TEST_F(StarDrawGL, MagnitudeFilterFollowsTheCameraDistanceFilterDoesNot) {
   StarList list;
-  ASSERT_EQ(readOne(list, hipFile(1)), 1);
+  ASSERT_EQ(readOne(list, testsupport::starSetPath(1)), 1);
   int sirius = indexWhere(list, [](const NODE_StarObject& s) { return s.HD == 48915; });
   ASSERT_GE(sirius, 0);
   double pos[3];
@@ -477,7 +468,7 @@ TEST_F(StarDrawGL, MagnitudeFilterFollowsTheCameraDistanceFilterDoesNot) {
   for (bool magnitude : {true, false}) {
     SCOPED_TRACE(magnitude ? "magnitude" : "distance");
     StarList l;
-    ASSERT_EQ(readOne(l, hipFile(1)), 1);
+    ASSERT_EQ(readOne(l, testsupport::starSetPath(1)), 1);
     if (magnitude)
       l.setVMagRangeOn(-3, 3);
     else
@@ -504,7 +495,7 @@ TEST_F(StarDrawGL, MagnitudeFilterFollowsTheCameraDistanceFilterDoesNot) {
 
 TEST_F(StarDrawGL, BarnardsStarMovesOnScreenByItsVelocity) {
   StarList list;
-  ASSERT_EQ(readOne(list, hipFile(10)), 1);
+  ASSERT_EQ(readOne(list, testsupport::starSetPath(10)), 1);
   int b = indexWhere(list, [](const NODE_StarObject& s) { return s.HIC == 87937; });
   ASSERT_GE(b, 0);
   const NODE_StarObject& s = list.stars[b];
@@ -709,7 +700,7 @@ TEST_F(StarDrawGL, StarAtTheCameraIsInvisibleAndHarmless) {
 
 TEST_F(StarDrawGL, PointsGoOutByTheBucketRule) {
   StarList list;
-  ASSERT_EQ(readOne(list, hipFile(1)), 1);
+  ASSERT_EQ(readOne(list, testsupport::starSetPath(1)), 1);
   ASSERT_EQ(list.bucketSize, list.numStars / 20);
   const double dir[3] = {-0.5, -0.6, 0.1};
   viewFromOrigin(100, dir);
@@ -857,7 +848,7 @@ TEST_F(StarDrawGL, BrightStarsBecomeBillboardsTheRestPointsAfterThem) {
 
 TEST_F(StarDrawGL, NoDeferringWithPxsizeTexZero) {
   StarList list;
-  ASSERT_EQ(readOne(list, hipFile(1)), 1);
+  ASSERT_EQ(readOne(list, testsupport::starSetPath(1)), 1);
   list.param.textureSource = STAR_TEX_GAUSS;
   list.texId = whiteTexture();
   list.texDiam = 0.125;
@@ -888,7 +879,7 @@ TEST_F(StarDrawGL, NoDeferringWithPxsizeTexZero) {
 
 TEST_F(StarDrawGL, TexturedFlagWithoutTextureSourceDrawsPoints) {
   StarList list;
-  ASSERT_EQ(readOne(list, hipFile(1)), 1);
+  ASSERT_EQ(readOne(list, testsupport::starSetPath(1)), 1);
   ASSERT_EQ(list.param.textureSource, STAR_TEX_NONE);
   const double dir[3] = {-0.5, -0.6, 0.1};
   viewFromOrigin(90, dir);
@@ -932,7 +923,7 @@ TEST_F(StarDrawGL, BillboardTextureBorderOfComputedSources) {
 
 TEST_F(StarDrawGL, NothingAtAllBelowTheSmallestTextureScale) {
   StarList list;
-  ASSERT_EQ(readOne(list, hipFile(1)), 1);
+  ASSERT_EQ(readOne(list, testsupport::starSetPath(1)), 1);
   list.param.texScale = 0.9e-7;
   rec::start();
   list.drawStars(16, 4, -1, -1);
@@ -948,7 +939,7 @@ TEST_F(StarDrawGL, NothingAtAllBelowTheSmallestTextureScale) {
 
 TEST_F(StarDrawGL, StateAndMatricesComeBack) {
   StarList list;
-  ASSERT_EQ(readOne(list, hipFile(1)), 1);
+  ASSERT_EQ(readOne(list, testsupport::starSetPath(1)), 1);
   const double dir[3] = {1, 0.2, 0.1};
   viewFromOrigin(60, dir);
   glTranslated(1, 2, 3);

@@ -13,24 +13,15 @@
 
 #include "coords/math3D.h"
 #include "stars/star.h"
+#include "tests/stars/star_fixtures.h"
 #include "tests/support/testutil.h"
 
 using testsupport::TempDir;
 using testsupport::writeFile;
 
+using startest::readOne;
+
 namespace {
-
-std::string hipFile(int n) {
-  return testsupport::starSetPath(n);
-}
-
-int readOne(StarList& list, std::string file, int withSun = 0) {
-  char* name = file.data();
-  testing::internal::CaptureStderr();
-  int r = list.readStarFiles(1, &name, withSun, false);
-  testing::internal::GetCapturedStderr();
-  return r;
-}
 
 int indexOfHIC(const StarList& list, int hic) {
   for (int i = 0; i < list.numStars; i++)
@@ -129,7 +120,7 @@ TEST(StarDrawSetters, RefusalsPrintTheirMessageAndChangeNothing) {
       {"warp law null", [](StarList& l) { return l.setSphWarpEq(nullptr); }, ""},
   };
   StarList list;
-  ASSERT_EQ(readOne(list, hipFile(1)), 1);
+  ASSERT_EQ(readOne(list, testsupport::starSetPath(1)), 1);
   // Something other than the defaults, so that a change would show.
   ASSERT_EQ(list.setZRangeOn(16, 17), 1);
   ASSERT_EQ(list.setVMagRangeOn(-1, 6), 1);
@@ -257,7 +248,7 @@ TEST(StarDrawSelection, SpectralRowsByClassLetter) {
 
 TEST(StarDrawMotion, BarnardsStarMovesByItsCatalogueVelocity) {
   StarList list;
-  ASSERT_EQ(readOne(list, hipFile(10)), 1);
+  ASSERT_EQ(readOne(list, testsupport::starSetPath(10)), 1);
   int b = indexOfHIC(list, 87937);
   ASSERT_GE(b, 0);
   const NODE_StarObject& s = list.stars[b];
