@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "coords/constants.h"
+#include "tests/support/program_run.h"
 #include "tests/support/testutil.h"
 #include "tests/support/xvfb.h"
 #include "tests/viewer/usage_text.h"
@@ -31,7 +32,7 @@ std::string scene() {
 }
 
 void pause(int ms) {
-  std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+  testsupport::pauseMs(ms);
 }
 
 // One run of the test scene on its own X server.
@@ -40,48 +41,13 @@ class SceneRun {
   // The arguments go behind the model's name, or with argsFirst before it. With
   // viaSearchPath the program is started by its bare name, found through PATH.
   explicit SceneRun(const std::vector<std::string>& args, bool argsFirst = false, bool viaSearchPath = false)
-      : viaSearchPath_(viaSearchPath) {
-    statePath_ = dir_.file("state");
-    all_ = {viaSearchPath ? std::string("viewer_testscene") : scene()};
-    if (argsFirst) all_.insert(all_.end(), args.begin(), args.end());
-    all_.insert(all_.end(), {"model.obj", "-state", statePath_});
-    if (!argsFirst) all_.insert(all_.end(), args.begin(), args.end());
-    launch();
-  }
-  ~SceneRun() { stop(); }
-  bool ok() const { return server_ && pid_ > 0; }
+      : run_(argvOf(args, argsFirst, viaSearchPath, stateDir_.file("state")), "viewer test scene", viaSearchPath),
+        statePath_(stateDir_.file("state")) {}
+  bool ok() const { return run_.ok(); }
 
-  // xdotool on this run's display.
-  testsupport::RunResult xdo(const std::string& args) {
-    return testsupport::run("DISPLAY=" + server_->display() + " xdotool " + args);
-  }
-
-  // The main window's id, once it carries its title. On a machine shared with other test
-  // runs a fresh server now and then can't be reached by the time the program starts; the
-  // program then ends at once, and the run is started anew on another server.
-  const std::string& window() {
-    for (int attempt = 0; attempt < 3 && window_.empty() && ok(); ++attempt) {
-      for (int i = 0; i < 300 && window_.empty(); ++i) {
-        auto r = xdo("search --name 'viewer test scene'");
-        std::istringstream in(r.out);
-        in >> window_;
-        if (!window_.empty()) break;
-        int st;
-        if (waitpid(pid_, &st, WNOHANG) == pid_) {
-          pid_ = -1;
-          break;
-        }
-        pause(100);
-      }
-      if (window_.empty()) {
-        stop();
-        launch();
-      }
-    }
-    return window_;
-  }
-
-  void key(const std::string& name) { xdo("key --window " + window() + " " + name); }
+  testsupport::RunResult xdo(const std::string& args) { return run_.xdo(args); }
+  const std::string& window() { return run_.window(); }
+  void key(const std::string& name) { run_.key(name); }
 
   // The state once the picture has been drawn at least once and the condition holds: the
   // window system may take its time to map and size the window.
@@ -120,90 +86,26 @@ class SceneRun {
   std::string rgbBytes() { return testsupport::readFile(statePath_ + ".rgb"); }
   const std::string& text(const std::string& name) { return text_[name]; }
 
-  // Waits for the end; -1 if the program is still running after the time given.
-  int waitExit(int seconds = 20) {
-    for (int i = 0; i < seconds * 20; ++i) {
-      int st;
-      pid_t r = waitpid(pid_, &st, WNOHANG);
-      if (r == pid_) {
-        status_ = WIFEXITED(st) ? WEXITSTATUS(st) : 128 + WTERMSIG(st);
-        return status_;
-      }
-      pause(50);
-    }
-    return -1;
-  }
-  std::string out() { return testsupport::readFile(dir_.file("out")); }
-  std::string err() { return testsupport::readFile(dir_.file("err")); }
-
-  // Processor seconds the program has used so far.
-  double cpuSeconds() {
-    std::ifstream in("/proc/" + std::to_string(pid_) + "/stat");
-    std::string all((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    size_t close = all.rfind(')');
-    if (close == std::string::npos) return 0;
-    std::istringstream fields(all.substr(close + 2));
-    std::string f;
-    double utime = 0, stime = 0;
-    for (int i = 3; i <= 15 && fields >> f; ++i) {
-      if (i == 14) utime = atof(f.c_str());
-      if (i == 15) stime = atof(f.c_str());
-    }
-    return (utime + stime) / sysconf(_SC_CLK_TCK);
-  }
-  // Lets the program use this much processor time, without watching the wall clock.
-  void letCpuPass(double seconds) {
-    double start = cpuSeconds();
-    for (int i = 0; i < 600 && cpuSeconds() - start < seconds; ++i) pause(50);
-  }
+  int waitExit(int seconds = 20) { return run_.waitExit(seconds); }
+  std::string out() { return run_.out(); }
+  std::string err() { return run_.err(); }
+  double cpuSeconds() { return run_.cpuSeconds(); }
+  void letCpuPass(double seconds) { run_.letCpuPass(seconds); }
 
  private:
-  void launch() {
-    // Display :0 is the one other programs reach for: a server there is kept aside, so
-    // that the next one gets another number, and dropped once a good one runs.
-    std::vector<std::unique_ptr<testsupport::XvfbServer>> aside;
-    for (int attempt = 0; attempt < 4; ++attempt) {
-      server_ = std::make_unique<testsupport::XvfbServer>();
-      if (server_->ok() && server_->display() != ":0" &&
-          testsupport::run("DISPLAY=" + server_->display() + " xdotool getdisplaygeometry").status == 0)
-        break;
-      aside.push_back(std::move(server_));
-    }
-    if (!server_) return;
-    pid_ = fork();
-    if (pid_ == 0) {
-      setenv("DISPLAY", server_->display().c_str(), 1);
-      if (viaSearchPath_) {
-        const char* path = getenv("PATH");
-        setenv("PATH", (testsupport::binaryDir() + ":" + (path ? path : "/usr/bin:/bin")).c_str(), 1);
-      }
-      if (!freopen(dir_.file("out").c_str(), "w", stdout)) _exit(126);
-      if (!freopen(dir_.file("err").c_str(), "w", stderr)) _exit(126);
-      std::vector<char*> argv;
-      for (auto& a : all_) argv.push_back(const_cast<char*>(a.c_str()));
-      argv.push_back(nullptr);
-      execvp(argv[0], argv.data());
-      _exit(127);
-    }
-  }
-  void stop() {
-    if (pid_ > 0 && status_ < 0) {
-      kill(pid_, SIGKILL);
-      waitpid(pid_, nullptr, 0);
-    }
-    pid_ = -1;
-    server_.reset();
+  static std::vector<std::string> argvOf(const std::vector<std::string>& args, bool argsFirst, bool viaSearchPath,
+                                         const std::string& statePath) {
+    std::vector<std::string> all = {viaSearchPath ? std::string("viewer_testscene") : scene()};
+    if (argsFirst) all.insert(all.end(), args.begin(), args.end());
+    all.insert(all.end(), {"model.obj", "-state", statePath});
+    if (!argsFirst) all.insert(all.end(), args.begin(), args.end());
+    return all;
   }
 
-  bool viaSearchPath_;
-  std::vector<std::string> all_;
-  std::unique_ptr<testsupport::XvfbServer> server_;
-  TempDir dir_;
+  TempDir stateDir_;  // before run_: the run writes into it
+  testsupport::ProgramRun run_;
   std::string statePath_;
-  std::string window_;
   std::map<std::string, std::string> text_;
-  pid_t pid_ = -1;
-  int status_ = -1;
 };
 
 // out = a * b in OpenGL order.
