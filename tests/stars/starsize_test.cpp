@@ -1,15 +1,16 @@
 // The brightness and size model: magnitudes, the size tables, point sizes and alphas, the seeded
 // tables, the buckets and the setters.
-#include "tests/support/testutil.h"
-#include "stars/starsize.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
+#include "coords/constants.h"
 #include "stars/star.h"
+#include "stars/starsize.h"
+#include "tests/support/testutil.h"
 
 namespace {
 
@@ -395,4 +396,35 @@ TEST(StarBrightness, EarlierLinearModel) {
   EXPECT_EQ(list.computePXSizeAlphaOld(&px, &alpha, list.pxMin, 0, 0, 0), 0);
   EXPECT_EQ(px, 63);
   EXPECT_EQ(alpha, 255);
+}
+
+// The grid look-up behind starDiameter gives the bisection's diameters to the last bit, at the
+// rows, between them, beyond both ends, for every blend and for magnitudes that are no numbers.
+TEST(StarSize, DiameterEqualsTheBisectionEverywhere) {
+  auto bisection = [](double vmag, double blend) {
+    double d45 = lookupBinaryDescending(vmagTable45, sizeTable, STAR_SIZE_TABLE_LEN, vmag);
+    double d30 = lookupBinaryDescending(vmagTable30, sizeTable, STAR_SIZE_TABLE_LEN, vmag);
+    return (d45 * blend + (1 - blend) * d30) / 180 * kPi;
+  };
+  std::vector<double> mags;
+  for (int i = 0; i < STAR_SIZE_TABLE_LEN; i++) {
+    for (double v : {vmagTable45[i], vmagTable30[i]}) {
+      mags.push_back(v);
+      mags.push_back(std::nextafter(v, 100.0));
+      mags.push_back(std::nextafter(v, -100.0));
+    }
+  }
+  for (double v = -30; v <= 30; v += 0.0137) mags.push_back(v);
+  for (double v : {-1e300, 1e300, -HUGE_VAL, HUGE_VAL, std::nan("")}) mags.push_back(v);
+  for (double blend : {1.0, 0.0, 0.5, 1.7, -0.3}) {
+    for (double v : mags) {
+      double want = bisection(v, blend);
+      double got = starDiameter(v, 1e308 * 10, blend);
+      if (std::isnan(want)) {
+        EXPECT_TRUE(std::isnan(got)) << v << " " << blend;
+      } else {
+        EXPECT_EQ(got, want) << v << " " << blend;
+      }
+    }
+  }
 }
