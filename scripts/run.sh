@@ -1,18 +1,13 @@
 #!/usr/bin/env bash
-# Installs what is needed, builds, builds the sky data and starts velmora on a sample model
-# with the real sky. Without a DISPLAY it runs under a private Xvfb and writes a screenshot
-# to velmora-screenshot.png.
+# Installs what is needed, builds, builds the sky data and starts velmora on the misplaced M51
+# sample with its correctly placed twin as the reference, on the real sky. With a DISPLAY it
+# opens there; without one it runs under a private Xvfb, writes velmora-screenshot.png and quits.
+#   bash scripts/run.sh [model.obj [reference.obj]]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 DIR=$(bash scripts/setup.sh | tail -n 1)
-
 BIN="$DIR/bin/velmora"
-if [ ! -x "$BIN" ]; then
-  echo "velmora itself is not built yet: the framework, the star engine and the model library come first."
-  echo "What exists is built in $DIR/bin and tested by scripts/test.sh."
-  exit 0
-fi
 
 MODEL=${1:-samples/m51-misplaced.obj}
 REFERENCE=${2:-samples/m51.obj}
@@ -23,15 +18,52 @@ if [ -n "${DISPLAY:-}" ]; then
   exec "$BIN" "${ARGS[@]}"
 fi
 
-# No display: run under Xvfb for a few seconds and take a screenshot of the window.
-Xvfb :77 -screen 0 1400x900x24 -nolisten tcp >/dev/null 2>&1 &
+# A display number that is free now: no lock file and no socket.
+NUM=
+for n in $(shuf -i 600-5999 -n 50); do
+  if [ ! -e "/tmp/.X$n-lock" ] && [ ! -e "/tmp/.X11-unix/X$n" ]; then NUM=$n; break; fi
+done
+[ -n "$NUM" ] || { echo "no free display number for Xvfb" >&2; exit 1; }
+
+# -noreset: velmora asks the server for the screen size on a connection of its own that it closes
+# just before the window opens; a server that resets when its last client leaves would refuse
+# the window's connection.
+Xvfb ":$NUM" -screen 0 1400x900x24 -nolisten tcp -noreset >/dev/null 2>&1 &
 XPID=$!
-trap 'kill $XPID 2>/dev/null || true' EXIT
-export DISPLAY=:77
-sleep 1
+VPID=
+cleanup() {
+  [ -n "$VPID" ] && kill "$VPID" 2>/dev/null || true
+  kill "$XPID" 2>/dev/null || true
+}
+trap cleanup EXIT
+export DISPLAY=":$NUM"
+for _ in $(seq 50); do
+  [ -e "/tmp/.X11-unix/X$NUM" ] && break
+  sleep 0.1
+done
+
 "$BIN" "${ARGS[@]}" &
 VPID=$!
-sleep "${VELMORA_SHOT_DELAY:-8}"
+
+# freeglut sets no _NET_WM_PID: the window is found by its title.
+WIN=
+for _ in $(seq 300); do
+  WIN=$(xdotool search --name '^Velmora tool' 2>/dev/null | head -n 1 || true)
+  [ -n "$WIN" ] && break
+  kill -0 "$VPID" 2>/dev/null || { echo "velmora ended before its window opened" >&2; wait "$VPID"; exit 1; }
+  sleep 0.1
+done
+[ -n "$WIN" ] || { echo "velmora's window did not appear" >&2; exit 1; }
+
+# Let the first frames draw (the maps and the catalogue load before the first one).
+sleep "${VELMORA_SHOT_DELAY:-3}"
 import -window root velmora-screenshot.png
-kill $VPID 2>/dev/null || true
+# The key ends velmora, so its window may be gone before xdotool is done with it: that error
+# is expected and not shown.
+xdotool key --window "$WIN" q 2>/dev/null || true
+for _ in $(seq 50); do
+  kill -0 "$VPID" 2>/dev/null || break
+  sleep 0.1
+done
+VPID=
 echo "Screenshot written to $(pwd)/velmora-screenshot.png"

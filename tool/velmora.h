@@ -57,6 +57,7 @@ extern int undoIndex, redoIndex;   // slot the next push writes
 extern int nFixedModels;
 extern _GLMmodel** fixedModels;    // owned, nFixedModels entries, file frame
 extern int showFixedModels, showFixedBehind;
+extern float alignFixedModelAlpha;  // shared opacity of the reference models, 0 to 1
 extern std::string objFileExport;  // export file name (panel text)
 extern float distObjModel;         // distance of the model, file units
 extern int unitObjModel;           // panel id of the chosen unit
@@ -89,6 +90,7 @@ extern StarList* starList;           // owned
 extern char topdir[512];             // fall-back data root
 extern NODE_StarObject anchor;       // no star: HD kAnchorHD marks it
 extern NODE_StarObject pickedStar;   // copy of the star or anchor last chosen
+extern int picked;                   // 1 while pickedStar holds a choice
 extern char anchorText[64];
 constexpr int kAnchorHD = -2;
 

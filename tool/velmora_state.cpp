@@ -31,6 +31,7 @@ int undoIndex = 0, redoIndex = 0;
 int nFixedModels = 0;
 _GLMmodel** fixedModels = nullptr;
 int showFixedModels = 1, showFixedBehind = 1;
+float alignFixedModelAlpha = 1.0f;
 std::string objFileExport;
 float distObjModel = 0;
 int unitObjModel = kUnitBase;
@@ -59,6 +60,7 @@ StarList* starList = nullptr;
 char topdir[512] = "";
 NODE_StarObject anchor;
 NODE_StarObject pickedStar;
+int picked = 0;
 char anchorText[64] = " (0,0)";
 
 TexObj* texObjs = nullptr;
