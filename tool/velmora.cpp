@@ -15,6 +15,7 @@
 #include "model/glm_internal.h"
 #include "tool/texfile.h"
 #include "tool/velmora.h"
+#include "tool/vmcb.h"
 #include "tool/vmfile.h"
 #include "viewer/panel.h"
 #include "viewer/tarnwick.h"
@@ -299,9 +300,11 @@ int initScene(int argc, char** argv) {
 
   fixInitView();
 
-  // SEAM: hooks — helpMenuFuncPtr = myHelpMenu, keyboardCBFuncPtr = myKeyCB, mouseCBFuncPtr =
-  // myMouseCB, motionCBFuncPtr = myMotionCB and gluiCreatePtr = myGLUICreate, once the keys,
-  // gestures and panels are in.
+  helpMenuFuncPtr = myHelpMenu;
+  keyboardCBFuncPtr = myKeyCB;
+  mouseCBFuncPtr = myMouseCB;
+  motionCBFuncPtr = myMotionCB;
+  // SEAM: panel — gluiCreatePtr = myGLUICreate once the panel is built.
   useGLUTMenu = 0;
   useSubGLUI = 1;
   if (fullScreen) {

@@ -91,6 +91,7 @@ extern char topdir[512];             // fall-back data root
 extern NODE_StarObject anchor;       // no star: HD kAnchorHD marks it
 extern NODE_StarObject pickedStar;   // copy of the star or anchor last chosen
 extern int picked;                   // 1 while pickedStar holds a choice
+extern int pickAtX, pickAtY;         // window pixel of the pending pick, y from the bottom
 extern char anchorText[64];
 constexpr int kAnchorHD = -2;
 

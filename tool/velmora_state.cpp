@@ -61,6 +61,7 @@ char topdir[512] = "";
 NODE_StarObject anchor;
 NODE_StarObject pickedStar;
 int picked = 0;
+int pickAtX = 0, pickAtY = 0;
 char anchorText[64] = " (0,0)";
 
 TexObj* texObjs = nullptr;

@@ -102,4 +102,61 @@ TEST(VelmoraProgram, ADisplayArgumentBeforeTheModelIsNoModel) {
   EXPECT_EQ(run.err().find("failed to read"), std::string::npos) << run.err();
 }
 
+// The window's pixels as ImageMagick grabs them from the X server.
+std::string grab(ProgramRun& run) {
+  testsupport::pauseMs(1500);  // the frames asked for by the last event are drawn
+  std::string file = run.dir().file("grab.rgb");
+  testsupport::run("DISPLAY=" + run.display() + " import -window " + run.window() + " -depth 8 rgb:" + file);
+  return testsupport::readFile(file);
+}
+
+// A middle drag moves the model over the sky; u takes it back to the very same picture and y
+// brings the move again; a second u finds the ring empty and says so.
+TEST(VelmoraProgram, DragUndoAndRedoWithTheKeys) {
+  VELMORA_REQUIRE_SKY_DATA();
+  const std::string model = sample("m51-misplaced.obj");
+  ProgramRun run({velmora(), "-notex", model}, titleOf(model));
+  ASSERT_FALSE(run.window().empty()) << run.err();
+  const std::string w = run.window();
+  std::string before = grab(run);
+  ASSERT_FALSE(before.empty());
+  run.xdo("mousemove --window " + w + " 320 320 mousedown 2");
+  testsupport::pauseMs(200);
+  run.xdo("mousemove --window " + w + " 360 340");
+  testsupport::pauseMs(200);
+  run.xdo("mousemove --window " + w + " 400 360 mouseup 2");
+  std::string moved = grab(run);
+  EXPECT_NE(moved, before) << "the drag moved nothing";
+  run.key("u");
+  EXPECT_EQ(grab(run), before) << "undo did not restore the picture";
+  run.key("y");
+  EXPECT_EQ(grab(run), moved) << "redo did not bring the move back";
+  run.key("u");
+  run.key("u");
+  testsupport::pauseMs(500);
+  run.key("q");
+  EXPECT_EQ(run.waitExit(), 0);
+  EXPECT_NE(run.err().find("no alignment operation to undo\n"), std::string::npos) << run.err();
+}
+
+// R puts the model back where the file had it, whatever the drags did.
+TEST(VelmoraProgram, CapitalRRestartsTheModelPosition) {
+  VELMORA_REQUIRE_SKY_DATA();
+  const std::string model = sample("m1-misplaced.obj");
+  ProgramRun run({velmora(), "-notex", model}, titleOf(model));
+  ASSERT_FALSE(run.window().empty()) << run.err();
+  const std::string w = run.window();
+  std::string before = grab(run);
+  run.xdo("mousemove --window " + w + " 300 300 mousedown 1");
+  testsupport::pauseMs(200);
+  run.xdo("mousemove --window " + w + " 350 330");
+  testsupport::pauseMs(200);
+  run.xdo("mousemove --window " + w + " 380 350 mouseup 1");
+  EXPECT_NE(grab(run), before);
+  run.key("R");
+  EXPECT_EQ(grab(run), before);
+  run.key("q");
+  EXPECT_EQ(run.waitExit(), 0);
+}
+
 }  // namespace
