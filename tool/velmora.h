@@ -91,9 +91,22 @@ extern char topdir[512];             // fall-back data root
 extern NODE_StarObject anchor;       // no star: HD kAnchorHD marks it
 extern NODE_StarObject pickedStar;   // copy of the star or anchor last chosen
 extern int picked;                   // 1 while pickedStar holds a choice
-extern int pickAtX, pickAtY;         // window pixel of the pending pick, y from the bottom
-extern char anchorText[64];
+extern int pickAtX, pickAtY;         // window pixel of the pending pick, y from the top
+extern char anchorText[160];          // " (l,b)" of the anchor, each angle up to 63 characters
 constexpr int kAnchorHD = -2;
+
+// ---- Texts about the picked star or the anchor (shown by the panel and the info box) ----------
+constexpr int kPickTextSize = 320;
+extern char pickStarNameHDStr[kPickTextSize], pickStarNameHICStr[kPickTextSize];
+extern char pickStarNameCommonStr[kPickTextSize], pickStarConstellationStr[kPickTextSize];
+extern char pickStarBVStr[kPickTextSize], pickStarVMagStr[kPickTextSize];
+extern char pickStarSpTypeStr[kPickTextSize], pickStarLumStr[kPickTextSize];
+extern char pickStarPosXStr[kPickTextSize], pickStarPosYStr[kPickTextSize], pickStarPosZStr[kPickTextSize];
+extern char pickStarDistErrorStr[kPickTextSize], pickStarPosScaleStr[kPickTextSize];
+extern char pickStarDistParsecStr[kPickTextSize], pickStarDistLightYearStr[kPickTextSize];
+extern char pickStarVelXStr[kPickTextSize], pickStarVelYStr[kPickTextSize], pickStarVelZStr[kPickTextSize];
+extern char pickStarPecVelXStr[kPickTextSize], pickStarPecVelYStr[kPickTextSize], pickStarPecVelZStr[kPickTextSize];
+extern char pickStarLStr[kPickTextSize], pickStarBStr[kPickTextSize];
 
 // ---- Multispectral textures -----------------------------------------------------------------
 struct TexObj {

@@ -62,7 +62,18 @@ NODE_StarObject anchor;
 NODE_StarObject pickedStar;
 int picked = 0;
 int pickAtX = 0, pickAtY = 0;
-char anchorText[64] = " (0,0)";
+char anchorText[160] = " (0,0)";
+
+char pickStarNameHDStr[kPickTextSize], pickStarNameHICStr[kPickTextSize];
+char pickStarNameCommonStr[kPickTextSize], pickStarConstellationStr[kPickTextSize];
+char pickStarBVStr[kPickTextSize], pickStarVMagStr[kPickTextSize];
+char pickStarSpTypeStr[kPickTextSize], pickStarLumStr[kPickTextSize];
+char pickStarPosXStr[kPickTextSize], pickStarPosYStr[kPickTextSize], pickStarPosZStr[kPickTextSize];
+char pickStarDistErrorStr[kPickTextSize], pickStarPosScaleStr[kPickTextSize];
+char pickStarDistParsecStr[kPickTextSize], pickStarDistLightYearStr[kPickTextSize];
+char pickStarVelXStr[kPickTextSize], pickStarVelYStr[kPickTextSize], pickStarVelZStr[kPickTextSize];
+char pickStarPecVelXStr[kPickTextSize], pickStarPecVelYStr[kPickTextSize], pickStarPecVelZStr[kPickTextSize];
+char pickStarLStr[kPickTextSize], pickStarBStr[kPickTextSize];
 
 TexObj* texObjs = nullptr;
 int nTexObjs = 0;

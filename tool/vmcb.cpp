@@ -13,6 +13,7 @@
 #include "tool/texfile.h"
 #include "tool/velmora.h"
 #include "tool/vmfile.h"
+#include "tool/vmpick.h"
 #include "viewer/panel.h"
 #include "viewer/tarnwick.h"
 
@@ -341,7 +342,7 @@ int myMotionCB(int x, int y) {
   if (!picked && mouseButton == kRight && mouseModifiers == 0) {
     preMouseX = x;
     preMouseY = y;
-    // SEAM: picking — updateAnchor(x, window height - y - 1) moves the anchor with the drag.
+    updateAnchor(x, glutGet(GLUT_WINDOW_HEIGHT) - y - 1);
     syncPanel();
     redisplay();
     return 1;

@@ -12,6 +12,7 @@
 #include "coords/math3D.h"
 #include "tool/velmora.h"
 #include "tool/vmfile.h"
+#include "tool/vmpick.h"
 #include "viewer/panel.h"
 #include "viewer/tarnwick.h"
 
@@ -237,7 +238,8 @@ void drawInfoLine(const double v[3], bool model, float y) {
 
 void renderScene(double, int, unsigned int renderMode, double logScale, int pickMode) {
   if (pickMode) {
-    // SEAM: picking — pickStarByPos(pickAtX, pickAtY) goes here with the star picking commands.
+    // The pick needs this frame's matrices; nothing is drawn.
+    pickStarByPos(pickAtX, pickAtY);
     return;
   }
   glPushAttrib(GL_ENABLE_BIT | GL_COLOR_BUFFER_BIT);

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <initializer_list>
+#include <utility>
 #include <string>
 #include <vector>
 
@@ -110,6 +112,22 @@ std::string grab(ProgramRun& run) {
   return testsupport::readFile(file);
 }
 
+// A drag with the button (1 left, 2 middle) through the window points given, a step at a time.
+void drag(ProgramRun& run, int button, std::initializer_list<std::pair<int, int>> points) {
+  const std::string w = run.window();
+  const std::string b = std::to_string(button);
+  auto at = [&](const std::pair<int, int>& p) {
+    return "mousemove --window " + w + " " + std::to_string(p.first) + " " + std::to_string(p.second);
+  };
+  auto it = points.begin();
+  run.xdo(at(*it) + " mousedown " + b);
+  for (++it; it != points.end(); ++it) {
+    testsupport::pauseMs(200);
+    run.xdo(at(*it));
+  }
+  run.xdo("mouseup " + b);
+}
+
 // A middle drag moves the model over the sky; u takes it back to the very same picture and y
 // brings the move again; a second u finds the ring empty and says so.
 TEST(VelmoraProgram, DragUndoAndRedoWithTheKeys) {
@@ -117,14 +135,9 @@ TEST(VelmoraProgram, DragUndoAndRedoWithTheKeys) {
   const std::string model = sample("m51-misplaced.obj");
   ProgramRun run({velmora(), "-notex", model}, titleOf(model));
   ASSERT_FALSE(run.window().empty()) << run.err();
-  const std::string w = run.window();
   std::string before = grab(run);
   ASSERT_FALSE(before.empty());
-  run.xdo("mousemove --window " + w + " 320 320 mousedown 2");
-  testsupport::pauseMs(200);
-  run.xdo("mousemove --window " + w + " 360 340");
-  testsupport::pauseMs(200);
-  run.xdo("mousemove --window " + w + " 400 360 mouseup 2");
+  drag(run, 2, {{320, 320}, {360, 340}, {400, 360}});
   std::string moved = grab(run);
   EXPECT_NE(moved, before) << "the drag moved nothing";
   run.key("u");
@@ -145,13 +158,8 @@ TEST(VelmoraProgram, CapitalRRestartsTheModelPosition) {
   const std::string model = sample("m1-misplaced.obj");
   ProgramRun run({velmora(), "-notex", model}, titleOf(model));
   ASSERT_FALSE(run.window().empty()) << run.err();
-  const std::string w = run.window();
   std::string before = grab(run);
-  run.xdo("mousemove --window " + w + " 300 300 mousedown 1");
-  testsupport::pauseMs(200);
-  run.xdo("mousemove --window " + w + " 350 330");
-  testsupport::pauseMs(200);
-  run.xdo("mousemove --window " + w + " 380 350 mouseup 1");
+  drag(run, 1, {{300, 300}, {350, 330}, {380, 350}});
   EXPECT_NE(grab(run), before);
   run.key("R");
   EXPECT_EQ(grab(run), before);
