@@ -14,6 +14,10 @@ REFERENCE=${2:-samples/m51.obj}
 ARGS=("$MODEL")
 [ -f "$REFERENCE" ] && ARGS+=("$REFERENCE")
 
+# The catalogue, the star parameters and the Milky Way maps are built in the source folder, not
+# beside the program: make it the data root velmora falls back to.
+export TOPDIR="${TOPDIR:-$(pwd)}"
+
 if [ -n "${DISPLAY:-}" ]; then
   exec "$BIN" "${ARGS[@]}"
 fi
@@ -65,5 +69,10 @@ for _ in $(seq 50); do
   kill -0 "$VPID" 2>/dev/null || break
   sleep 0.1
 done
+if kill -0 "$VPID" 2>/dev/null; then
+  echo "velmora did not quit on the key; stopping it" >&2
+  kill "$VPID" 2>/dev/null || true
+fi
+wait "$VPID" 2>/dev/null || true
 VPID=
 echo "Screenshot written to $(pwd)/velmora-screenshot.png"

@@ -317,11 +317,29 @@ int viewingGesture(int x, int y) {
   return 1;
 }
 
-// The second key after m: a panel letter, or - to close them all.
-int panelKey(unsigned char) {
-  // SEAM: panel — closeAllRollouts for '-' and rotatePanelsTo for a letter; without rollouts no
-  // panel letter matches, and the key falls through to the framework.
+// The panel's rollouts as the m prefix sees them.
+// SEAM: panel — nRolloutList, closeAllRollouts and rotatePanelsTo(letter) of the control panel
+// take the place of these three once its rollouts exist; until then there are none, and every
+// letter falls through to the framework.
+int rolloutCount() {
   return 0;
+}
+void closeAllPanels() {}
+int rotatePanelsToLetter(int) {
+  return 0;
+}
+
+// The second key after m: a panel letter, or - to close them all. A digit from 1 up to the
+// number of rollouts goes on as its place counted from 0, which no panel letter is, so it
+// finds nothing; that is how the key has always behaved.
+int panelKey(unsigned char key) {
+  if (key == '-') {
+    closeAllPanels();
+    return 1;
+  }
+  int letter = key;
+  if (key >= '1' && key <= '0' + rolloutCount()) letter = key - '1';
+  return rotatePanelsToLetter(letter);
 }
 
 }  // namespace

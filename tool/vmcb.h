@@ -13,20 +13,24 @@ extern const char* const keyboardHelpText;
 int myMouseCB(int button, int state, int x, int y);
 
 // Motion hook: alignment gestures rewrite alignModelMatrix, viewing gestures the modelview
-// matrix. Returns 1 (consumed), or 0 for Alt with the middle button, where the framework changes
-// the field of view. Prints "The reference point (anchor or picked star) does not make
+// matrix, a plain right drag without a picked star moves the anchor. Returns 1 (consumed), or 0
+// for Alt with the middle button while the view isn't locked, where the framework changes the
+// field of view. Prints "The reference point (anchor or picked star) does not make
 // sense.\n" on standard error when the Alt scale has no fixed point.
 int myMotionCB(int x, int y);
 
 // Key hook: the tool's key table. Returns 1 when the key was consumed, 0 to let the framework
-// handle it (also after R and r, which do their work first).
+// handle it (also after R and r, which do their work first). Key m makes the next key a panel
+// letter. u and y print the undo ring's messages on standard error when there is nothing to take
+// back or bring again. Never exits.
 int myKeyCB(unsigned char key, int x, int y);
 
-// Writes the mouse and keyboard help on standard error; returns 1.
+// Writes two newlines, mouseHelpText, two newlines, keyboardHelpText and two newlines on stream
+// (the framework's help passes standard error); returns 1, so the framework adds nothing.
 int myHelpMenu(FILE* stream);
 
-// The work of a panel control or of the key that stands for it, by control id. Unknown ids do
-// nothing.
+// The work of a panel control or of the key that stands for it, by control id, followed by a
+// redisplay of the main window. Unknown ids do nothing.
 void myGLUICallback(int id);
 
 // Panel control ids the keys share.

@@ -2,11 +2,14 @@
 // model under alignment with its outline, box, axes and normals, and the info lines.
 #include "tool/vmdraw.h"
 
+#include <GL/freeglut.h>
 #include <GL/gl.h>
 
+#include <cfloat>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 
 #include "coords/constants.h"
 #include "coords/math3D.h"
@@ -55,6 +58,20 @@ constexpr float kEqTurnZ1 = 32.931377f, kEqTurnX = -62.882179f, kEqTurnZ2 = 77.1
 
 constexpr float kFillColour[4] = {0.5f, 0.5f, 0.5f, 1.0f};
 constexpr float kOutlineColour[4] = {1.0f, 1.0f, 0.3f, 1.0f};
+
+// Markers lie within 10^kMarkerMaxExponent view units, well inside the far plane.
+constexpr double kMarkerMaxExponent = 3.5;
+// The marker's size follows the field of view: this many degrees give the base size.
+constexpr double kMarkerFovyBase = 60.0;
+constexpr double kMarkerSizeDivisor = 40.0;
+constexpr float kMarkerTextScale = 0.008f;
+
+// The picked star's info box: lower left corner, size, line spacing and text size.
+constexpr float kInfoBoxY = 0.05f, kInfoBoxYLocked = 0.12f;
+constexpr float kInfoBoxX = 0.01f, kInfoBoxDrop = 0.03f, kInfoBoxWidth = 0.285f, kInfoBoxHeight = 0.19f;
+constexpr float kInfoTextX = 0.02f, kInfoTextStep = 0.03f, kInfoTextScale = 0.00018f;
+constexpr float kInfoFill[4] = {0.1f, 0.1f, 0.1f, 0.5f};
+constexpr float kInfoBorder[4] = {0.8f, 0.8f, 0.8f, 0.8f};
 
 // Which mode the model is drawn with: worked out on the first frame only, so a model opened later
 // keeps the mode of the first, as the tool has always done.
@@ -193,10 +210,10 @@ void drawStarsAndFigures(double logScale) {
   if (showConstellationNames || showConstellationLines || showConstellationBounds) {
     glLineWidth(1.5f);
     glColor4f(0.7f, 0.7f, 0.3f, 0.6f);
-    char none[1] = "";
     if (!showConstellationPickedOnly) {
+      // No name: the star list draws every figure; a name, even an empty one, selects by it.
       starList->drawConstellations(logScale, showConstellationLines, showConstellationNames, showConstellationBounds,
-                                   none);
+                                   nullptr);
     } else if (picked) {
       starList->drawConstellations(logScale, showConstellationLines, showConstellationNames, showConstellationBounds,
                                    pickedStar.constellName);
@@ -275,11 +292,18 @@ void drawSky(unsigned int, double logScale) {
   glDisable(GL_LIGHTING);
   glDisable(GL_TEXTURE_2D);
   glDisable(GL_DEPTH_TEST);
-  // SEAM: picking — the markers of the picked star and the anchor (draw3DText) and the picked
-  // star's info box come with the star picking commands and the panel's star texts.
+  if (picked) {
+    glColor4f(0.8f, 0.8f, 0.8f, 1.0f);
+    draw3DText(logScale, pickedStar);
+  }
+  if (showAnchor) {
+    glColor4f(0.8f, 0.8f, 0.2f, 1.0f);
+    draw3DText(logScale, anchor);
+  }
   if (showAlignModelInfo) drawAlignInfo();
   if (showLookAtDir) drawLookAtInfo();
   if (showCenterLine) drawCenterLine();
+  if (showStarInfo) drawStarInfo();
   if (lockView) {
     glLineWidth(1.5f);
     glColor4f(0.8f, 0.8f, 0.7f, 0.8f);
@@ -427,4 +451,80 @@ void drawCenterLine() {
   glPopMatrix();
   glMatrixMode(GL_MODELVIEW);
   glPopMatrix();
+}
+
+void draw3DText(double logScale, const NODE_StarObject& star) {
+  glPushMatrix();
+  double m[16];
+  glGetDoublev(GL_MODELVIEW_MATRIX, m);
+  // The eye in world coordinates: minus the translation turned back through the rotation.
+  PHCoord eye;
+  eye.x = -(m[0] * m[12] + m[1] * m[13] + m[2] * m[14]);
+  eye.y = -(m[4] * m[12] + m[5] * m[13] + m[6] * m[14]);
+  eye.z = -(m[8] * m[12] + m[9] * m[13] + m[10] * m[14]);
+  eye.s = logScale;
+  PHCoord d = subPHCoord(star.pos, eye);
+  // A star at the eye has no direction: its marker shrinks to nothing.
+  if (unifyPHCoord(&d) == -1) d.s = std::numeric_limits<double>::lowest();
+  double s = std::fmin(d.s - logScale, kMarkerMaxExponent);
+  double k = std::pow(10.0, s);
+  double v[3] = {d.x * k, d.y * k, d.z * k};
+  float size = (float)(currFovy / kMarkerFovyBase * k / kMarkerSizeDivisor);
+  m[12] = m[13] = m[14] = 0;
+  glLoadMatrixd(m);
+  glTranslated(v[0], v[1], v[2]);
+  if (star.HD == kAnchorHD) {
+    float h = size / 2;
+    glBegin(GL_LINES);
+    glVertex3f(-h, 0, 0), glVertex3f(h, 0, 0);
+    glVertex3f(0, -h, 0), glVertex3f(0, h, 0);
+    glVertex3f(0, 0, -h), glVertex3f(0, 0, h);
+    glEnd();
+    if (&star == &anchor) drawBillboardText(anchorText, kMarkerTextScale * size, 1, 0);
+  } else {
+    glutWireCube(size);
+    char label[128];
+    formatMarkerLabel(star, label, sizeof label);
+    drawBillboardText(label, kMarkerTextScale * size, 1, 0);
+  }
+  glPopMatrix();
+}
+
+void formatMarkerLabel(const NODE_StarObject& star, char* out, int size) {
+  bool known = star.constellName[0] != '-';
+  if (!known) {
+    if (showCommonName)
+      snprintf(out, size, " %s", star.commonName);
+    else
+      snprintf(out, size, " HD%d", star.HD);
+  } else {
+    if (showCommonName)
+      snprintf(out, size, " %s (%s)", star.commonName, star.constellName);
+    else
+      snprintf(out, size, " HD%d (%s)", star.HD, star.constellName);
+  }
+}
+
+int starInfoLines(char lines[kStarInfoLines][kStarInfoLineSize], float* y0) {
+  if (!picked || pickedStar.HD == kAnchorHD) return 0;
+  *y0 = lockView ? kInfoBoxYLocked : kInfoBoxY;
+  snprintf(lines[0], kStarInfoLineSize, "BV: %s", pickStarBVStr);
+  snprintf(lines[1], kStarInfoLineSize, "Sp: %s", pickStarSpTypeStr);
+  snprintf(lines[2], kStarInfoLineSize, showRaDec ? "RA: %s" : "Gal L: %s", pickStarLStr);
+  snprintf(lines[3], kStarInfoLineSize, showRaDec ? "Dec: %s" : "Gal B: %s", pickStarBStr);
+  snprintf(lines[4], kStarInfoLineSize, "Dist: %s parsec", pickStarDistParsecStr);
+  snprintf(lines[5], kStarInfoLineSize, "Dist: %s ly", pickStarDistLightYearStr);
+  return kStarInfoLines;
+}
+
+void drawStarInfo() {
+  char lines[kStarInfoLines][kStarInfoLineSize];
+  float y = 0;
+  int n = starInfoLines(lines, &y);
+  if (n == 0) return;
+  draw2DRectAt(kInfoBoxX, y - kInfoBoxDrop, kInfoBoxWidth, kInfoBoxHeight, kInfoFill, 1, kInfoBorder);
+  glLineWidth(1.5f);
+  glColor4f(0.8f, 0.4f, 0.8f, 0.9f);
+  for (int i = 0; i < n; i++) draw2DTextAt(lines[i], kInfoTextX, y + i * kInfoTextStep, kInfoTextScale, 1, 0);
+  glLineWidth(1.0f);
 }

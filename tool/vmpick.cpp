@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "coords/constants.h"
 #include "coords/math3D.h"
 #include "fileio/common.h"
 #include "tool/velmora.h"
@@ -21,14 +22,19 @@ namespace {
 
 // The anchor stands this many decades beyond the view's log scale: far behind every model.
 constexpr double kAnchorDecades = 3.5;
-// log10 of a parsec and of a light year in metres, as the texts have always used them.
-constexpr double kLogParsecMetres = 16.489396;   // log10(3.086e16)
-constexpr double kLogLightYearMetres = 15.975937;  // log10(9.461e15)
+// log10 of the round parsec and light year of the print-outs, in metres.
+const double kLogParsecMetres = std::log10(kMetresPerParsec);
+const double kLogLightYearMetres = std::log10(kMetresPerLightYear);
+// Fractions are shown as percentages.
+constexpr double kPercent = 100.0;
+// Right ascension is shown in hours of 15 degrees.
+constexpr double kDegreesPerHour = 15.0;
 // The names are shown up to this many bytes.
 constexpr size_t kNameBytes = 300;
 
 void syncPanel() {
-  // SEAM: panel — the panel's live controls follow the texts once it exists.
+  // SEAM: panel — the star panel's edit boxes show these texts once it is built; until then
+  // asking the panel (if any) for a frame is all that synchronising them takes.
   if (panelWindow()) panelSync();
 }
 
@@ -51,10 +57,10 @@ void computeAnglesStr(char* lText, char* bText, const double v[3]) {
   double l, b;
   if (showRaDec) galacticToEquatorial(d);
   vecToLB(d, l, b);
-  char number[64];
-  snprintf(number, sizeof number, format, showRaDec ? l / 15 : l);
-  snprintf(lText, 64, showRaDec ? "%sh" : "%s", number);
-  snprintf(bText, 64, format, b);
+  char number[kAngleTextSize];
+  snprintf(number, sizeof number, format, showRaDec ? l / kDegreesPerHour : l);
+  snprintf(lText, kAngleTextSize, showRaDec ? "%sh" : "%s", number);
+  snprintf(bText, kAngleTextSize, format, b);
 }
 
 void updateStarPanel() {
@@ -82,7 +88,7 @@ void updateStarPanel() {
   snprintf(pickStarPosXStr, kPickTextSize, format, p.x);
   snprintf(pickStarPosYStr, kPickTextSize, format, p.y);
   snprintf(pickStarPosZStr, kPickTextSize, format, p.z);
-  snprintf(pickStarDistErrorStr, kPickTextSize, percent, s.distErr * 100.0);
+  snprintf(pickStarDistErrorStr, kPickTextSize, percent, s.distErr * kPercent);
   snprintf(pickStarPosScaleStr, kPickTextSize, format, p.s);
   snprintf(pickStarDistParsecStr, kPickTextSize, format, pow(10.0, p.s - kLogParsecMetres));
   snprintf(pickStarDistLightYearStr, kPickTextSize, format, pow(10.0, p.s - kLogLightYearMetres));
@@ -94,11 +100,11 @@ void updateStarPanel() {
     memcpy(lsr, param.LSR, sizeof lsr);
   }
   for (int i = 0; i < 3; i++) {
-    snprintf(vel[i], kPickTextSize, "%.2f +- %.2f%% km/s", s.vel[i], s.velErr[i] * 100.0);
-    snprintf(pec[i], kPickTextSize, "%.2f +- %.2f%% km/s", s.vel[i] + lsr[i], s.velErr[i] * 100.0);
+    snprintf(vel[i], kPickTextSize, "%.2f +- %.2f%% km/s", s.vel[i], s.velErr[i] * kPercent);
+    snprintf(pec[i], kPickTextSize, "%.2f +- %.2f%% km/s", s.vel[i] + lsr[i], s.velErr[i] * kPercent);
   }
   double v[3] = {p.x, p.y, p.z};
-  char l[64], b[64];
+  char l[kAngleTextSize], b[kAngleTextSize];
   computeAnglesStr(l, b, v);
   setText(pickStarLStr, l);
   setText(pickStarBStr, b);
@@ -128,8 +134,8 @@ void updateAnchor(int x, int y) {
   updateStarPanel();
   for (char* t : {pickStarConstellationStr, pickStarBVStr, pickStarVMagStr, pickStarSpTypeStr, pickStarLumStr})
     t[0] = '\0';
-  // The two angle texts come from 64-byte buffers, so they fit the anchor's text.
-  char l[64], b[64];
+  // The two angle texts come from kAngleTextSize buffers, so both fit anchorText.
+  char l[kAngleTextSize], b[kAngleTextSize];
   copyText(l, pickStarLStr, sizeof l);
   copyText(b, pickStarBStr, sizeof b);
   snprintf(anchorText, sizeof anchorText, " (%s,%s)", l, b);

@@ -1,16 +1,20 @@
-// The tool's star picking on the real catalogue: by name and numbers, by constellation, by a click
-// in a frame, and the anchor on empty sky.
+// The tool's star picking in a window on a private X server, on the scene as it starts with the
+// M51 sample pair and the real catalogue: by name and numbers, by constellation, by a click in a
+// drawn frame, and the anchor moved by a click on empty sky.
+#include <GL/freeglut.h>
 #include <GL/gl.h>
 #include <GL/glu.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
+#include <vector>
 
+#include "coords/math3D.h"
+#include "fileio/common.h"
 #include "stars/star.h"
-#include "tests/stars/star_fixtures.h"
 #include "tests/support/testutil.h"
 #include "tests/support/xvfb.h"
 #include "tool/velmora.h"
@@ -20,141 +24,225 @@
 namespace {
 
 constexpr int kSide = 256;
-constexpr double kLogScale = 15.0;
+constexpr int kSiriusHD = 48915;
+constexpr double kFovy = 20.0;
+constexpr double kAnchorDecades = 3.5;  // the anchor stands this far beyond the view's scale
+
+struct Streams {
+  std::string out, err;
+};
+
+template <typename F>
+Streams streamsOf(F f) {
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  f();
+  Streams s;
+  s.out = testing::internal::GetCapturedStdout();
+  s.err = testing::internal::GetCapturedStderr();
+  return s;
+}
+
+// Writes the colour buffer, as read back bottom row first, as a binary PPM top row first.
+void writePPM(const std::string& path, const std::vector<unsigned char>& rgb, int w, int h) {
+  FILE* f = fopen(path.c_str(), "wb");
+  if (!f) return;
+  fprintf(f, "P6\n%d %d\n255\n", w, h);
+  for (int y = h - 1; y >= 0; --y) fwrite(&rgb[static_cast<size_t>(y) * w * 3], 1, static_cast<size_t>(w) * 3, f);
+  fclose(f);
+}
 
 class PickGL : public testing::Test {
  protected:
-  static void SetUpTestSuite() {
-    if (!testsupport::skyDataBuilt()) return;
-    starList = new StarList;
-    startest::readOne(*starList, testsupport::starSetPath(6));
-    // The figures name the stars' constellations.
-    std::string figures = testsupport::sourceDir() + "/data/stardata/constellation.txt";
-    testsupport::stdoutOf([&] { starList->loadConstellations(figures.c_str()); });
-  }
   static void TearDownTestSuite() {
-    delete starList;
-    starList = nullptr;
+    if (started_) deleteScene();
+    started_ = false;
+    unsetenv("TOPDIR");
   }
   void SetUp() override {
     VELMORA_REQUIRE_SKY_DATA();
-    ASSERT_NE(testsupport::openGLWindow(kSide, kSide), 0);
+    int window = testsupport::openGLWindow(kSide, kSide);
+    ASSERT_NE(window, 0) << "Xvfb could not be started";
+    mainWindow = window;
+    if (!started_) {
+      fullScreen = 0;
+      winW = winH = kSide;
+      useGLUTMenu = 1;
+      useSubGLUI = 0;
+      View view = initView();
+      resetView(&view);
+      std::string src = testsupport::sourceDir();
+      copyText(basedir, (src + "/").c_str(), sizeof basedir);
+      setenv("TOPDIR", "/nonexistent-velmora-top", 1);
+      std::vector<std::string> items = {"-notex", src + "/samples/m51-misplaced.obj", src + "/samples/m51.obj"};
+      std::vector<char*> argv;
+      for (auto& s : items) argv.push_back(s.data());
+      argv.push_back(nullptr);
+      int result = -1;
+      Streams io = streamsOf([&] { result = initScene(static_cast<int>(items.size()), argv.data()); });
+      ASSERT_EQ(result, 0) << io.err;
+      started_ = true;
+    }
+    ASSERT_NE(starList, nullptr);
+    glutReshapeWindow(kSide, kSide);
     glViewport(0, 0, kSide, kSide);
     picked = 0;
     showAnchor = 0;
     showRaDec = 0;
     printDecPlace = 2;
-    currLogScale = kLogScale;
-    anchor = NODE_StarObject{};
-    anchor.HD = kAnchorHD;
-    anchor.pos = PHCoord{1, 0, 0, kLogScale};
   }
-  // Looks from the observer towards dir with a field of view of 20 degrees.
+
+  // Looks from the observer towards dir, with north galactic up, as the framework's view does.
   static void lookAt(const double dir[3]) {
-    glMatrixMode(GL_PROJECTION);
-    glLoadIdentity();
-    gluPerspective(20, 1, 0.01, 1e4);
-    glMatrixMode(GL_MODELVIEW);
-    glLoadIdentity();
-    gluLookAt(0, 0, 0, dir[0], dir[1], dir[2], 0, 0, 1);
+    View view = initView();
+    view.viewPos = PHCoord{0, 0, 0, currLogScale};
+    copy3D(view.viewDir, dir);
+    unify3D(view.viewDir);
+    view.fovy = kFovy;
+    view.aspect = 1.0;
+    resetView(&view);
   }
+  // Draws one frame as display does; leaves the frame's matrices current.
+  static std::vector<unsigned char> drawOneFrame() {
+    glClearColor(0, 0, 0, 1);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    drawFrame(0, 0);
+    glFinish();
+    return testsupport::readPixelsRGB(0, 0, kSide, kSide);
+  }
+  // The pixel (bottom row first) where the direction dir lands with the frame's matrices and the
+  // eye at the origin.
+  static void project(const double dir[3], double* wx, double* wy) {
+    double m[16], p[16], wz;
+    int vp[4];
+    glGetDoublev(GL_MODELVIEW_MATRIX, m);
+    m[12] = m[13] = m[14] = 0;
+    glGetDoublev(GL_PROJECTION_MATRIX, p);
+    glGetIntegerv(GL_VIEWPORT, vp);
+    ASSERT_TRUE(gluProject(dir[0], dir[1], dir[2], m, p, vp, wx, wy, &wz));
+  }
+  // The frame's pick pass at window pixel x, y (y from the top), as a right click asks for it.
+  static void pickAt(int x, int y) {
+    pickAtX = x;
+    pickAtY = y;
+    drawFrame(1, 0);
+  }
+
+  static bool started_;
 };
 
-TEST_F(PickGL, SiriusByNameByHicByHdAndByDigitsFollowedByLetters) {
-  for (const char* text : {"Sirius", "sIRIUS", "32349", "48915", "48915abc"}) {
+bool PickGL::started_ = false;
+
+TEST_F(PickGL, SiriusByNameHicHdAndConstellationOnTheStartedScene) {
+  for (const char* text : {"Sirius", "32349", "48915"}) {
     picked = 0;
     EXPECT_EQ(pickStarByName(text), 1) << text;
-    EXPECT_EQ(picked, 1);
-    EXPECT_EQ(pickedStar.HD, 48915) << text;
-    EXPECT_STREQ(pickStarNameHDStr, "48915");
-    EXPECT_STREQ(pickStarNameHICStr, "32349");
-    EXPECT_STREQ(pickStarNameCommonStr, "Sirius");
+    EXPECT_EQ(picked, 1) << text;
+    EXPECT_EQ(pickedStar.HD, kSiriusHD) << text;
+    EXPECT_STREQ(pickStarNameHICStr, "32349") << text;
+    EXPECT_STREQ(pickStarNameCommonStr, "Sirius") << text;
   }
-  // Sirius is 2.64 parsecs away.
-  EXPECT_NEAR(atof(pickStarDistParsecStr), 2.64, 0.02) << pickStarDistParsecStr;
-}
-
-// A failed search leaves the earlier pick; "0" matches by name only; "Anchor" is a name.
-TEST_F(PickGL, AFailedSearchKeepsTheEarlierPick) {
-  ASSERT_EQ(pickStarByName("Sirius"), 1);
-  for (const char* text : {"0", "Anchor", "no such star", "-48915"}) {
-    EXPECT_EQ(pickStarByName(text), 0) << text;
-    EXPECT_EQ(picked, 1);
-    EXPECT_EQ(pickedStar.HD, 48915);
-  }
-}
-
-TEST_F(PickGL, TheWordAnchorShowsTheAnchor) {
-  ASSERT_EQ(pickStarByName("Sirius"), 1);
-  EXPECT_EQ(pickStarByName("anchor"), 0);
-  EXPECT_EQ(picked, 0);
-  EXPECT_EQ(showAnchor, 1);
-  EXPECT_EQ(pickedStar.HD, kAnchorHD);
-  EXPECT_STREQ(pickStarNameCommonStr, "anchor");
-  EXPECT_STREQ(pickStarNameHDStr, "");
-  EXPECT_STREQ(pickStarConstellationStr, "");
-  EXPECT_STREQ(anchorText, " (0.00,0.00)");
-}
-
-TEST_F(PickGL, ByConstellation) {
-  EXPECT_EQ(pickStarByConstellation(""), 0);
-  EXPECT_EQ(pickStarByConstellation(nullptr), 0);
-  EXPECT_EQ(picked, 0);
-  ASSERT_EQ(pickStarByConstellation("Orion"), 1);
+  // The parameter file moves the stars to the year 2000; Sirius is 2.64 parsecs away.
+  EXPECT_STREQ(pickStarDistParsecStr, "2.64");
+  picked = 0;
+  EXPECT_EQ(pickStarByConstellation("Canis Major"), 1);
   EXPECT_EQ(picked, 1);
-  EXPECT_NE(std::string(pickedStar.constellName).find("Orion"), std::string::npos) << pickedStar.constellName;
+  EXPECT_STREQ(pickedStar.constellName, "Canis Major");
+  EXPECT_STREQ(pickStarConstellationStr, "Canis Major");
 }
 
-// A click on the pixel of Sirius in a frame picks HD 48915.
-TEST_F(PickGL, AClickOnSiriusPicksIt) {
+// An unknown name is no error: nothing is printed and nothing changes.
+TEST_F(PickGL, AnUnknownNameSaysNothingAndKeepsThePick) {
+  ASSERT_EQ(pickStarByName("Sirius"), 1);
+  for (const char* text : {"Nosuchstar", "Anchor", "0"}) {
+    Streams io = streamsOf([&] { EXPECT_EQ(pickStarByName(text), 0) << text; });
+    EXPECT_EQ(io.out, "") << text;
+    EXPECT_EQ(io.err, "") << text;
+    EXPECT_EQ(picked, 1) << text;
+    EXPECT_EQ(pickedStar.HD, kSiriusHD) << text;
+    EXPECT_STREQ(pickStarNameCommonStr, "Sirius") << text;
+  }
+}
+
+// A click on the pixel of Sirius in a drawn frame picks HD 48915.
+TEST_F(PickGL, AClickOnSiriusInAFramePicksIt) {
   NODE_StarObject sirius;
-  ASSERT_EQ(starList->getStarByHD(&sirius, 48915), 1);
-  double dir[3] = {sirius.pos.x + 0.03, sirius.pos.y - 0.02, sirius.pos.z + 0.01};
+  ASSERT_EQ(starList->getStarByHD(&sirius, kSiriusHD), 1);
+  const double at[3] = {sirius.pos.x, sirius.pos.y, sirius.pos.z};
+  // Sirius off the centre of the picture, so that the pick has to find it where it is.
+  double dir[3] = {at[0] + 0.05, at[1] - 0.03, at[2] + 0.02};
   lookAt(dir);
-  double m[16], p[16], wx, wy, wz;
-  int vp[4];
-  glGetDoublev(GL_MODELVIEW_MATRIX, m);
-  glGetDoublev(GL_PROJECTION_MATRIX, p);
-  glGetIntegerv(GL_VIEWPORT, vp);
-  ASSERT_TRUE(gluProject(sirius.pos.x, sirius.pos.y, sirius.pos.z, m, p, vp, &wx, &wy, &wz));
-  pickStarByPos((int)wx, kSide - (int)wy);
+  std::vector<unsigned char> rgb = drawOneFrame();
+  double wx, wy;
+  project(at, &wx, &wy);
+  ASSERT_GT(wx, 0);
+  ASSERT_LT(wx, kSide);
+  ASSERT_GT(wy, 0);
+  ASSERT_LT(wy, kSide);
+  writePPM("/tmp/vmpick_sirius.ppm", rgb, kSide, kSide);
+  // Sirius, the brightest star of the sky, is drawn there.
+  int px = (int)wx, py = (int)wy;
+  int brightest = 0;
+  for (int dy = -1; dy <= 1; dy++)
+    for (int dx = -1; dx <= 1; dx++)
+      for (int k = 0; k < 3; k++) brightest = std::max(brightest, (int)rgb[3 * ((py + dy) * kSide + px + dx) + k]);
+  EXPECT_GT(brightest, 128) << "no star drawn at " << px << "," << py;
+
+  pickAt(px, kSide - py);
   EXPECT_EQ(picked, 1);
-  EXPECT_EQ(pickedStar.HD, 48915);
+  EXPECT_EQ(pickedStar.HD, kSiriusHD);
+  EXPECT_STREQ(pickStarNameHDStr, "48915");
   EXPECT_STREQ(pickStarNameCommonStr, "Sirius");
 }
 
-// A click on empty sky clears the pick and moves the anchor, shown or not, under the pixel.
-TEST_F(PickGL, AClickOnEmptySkyMovesTheAnchor) {
+// A click on empty sky clears the pick and moves the anchor, hidden or not, to the direction under
+// the pixel, far behind everything, with its angles as its text.
+TEST_F(PickGL, AClickOnEmptySkyMovesTheAnchorThere) {
   ASSERT_EQ(pickStarByName("Sirius"), 1);
-  // Towards a dark patch far from bright stars: the south galactic pole region, narrow field.
-  double dir[3] = {0.001, 0.002, -1};
+  // Near the south galactic pole, where no star to magnitude 6 stands within the pick square.
+  const double dir[3] = {0.001, 0.002, -1};
   lookAt(dir);
-  showAnchor = 0;
-  pickStarByPos(kSide / 2, kSide / 2 - 1);
-  EXPECT_EQ(picked, 0);
-  EXPECT_EQ(pickedStar.HD, kAnchorHD);
-  double len = std::sqrt(dir[0] * dir[0] + dir[1] * dir[1] + dir[2] * dir[2]);
-  EXPECT_NEAR(anchor.pos.x, dir[0] / len, 0.01);
-  EXPECT_NEAR(anchor.pos.y, dir[1] / len, 0.01);
-  EXPECT_NEAR(anchor.pos.z, dir[2] / len, 0.01);
-  EXPECT_DOUBLE_EQ(anchor.pos.s, kLogScale + 3.5);
-  EXPECT_EQ(std::string(anchorText).substr(0, 2), " (");
-  EXPECT_NE(std::string(anchorText).find(",-89."), std::string::npos) << anchorText;
-}
+  drawOneFrame();
+  const int x = kSide / 2 + 17, y = kSide / 2 - 11;
+  double m[16], p[16], w[3];
+  int vp[4];
+  glGetDoublev(GL_MODELVIEW_MATRIX, m);
+  m[12] = m[13] = m[14] = 0;
+  glGetDoublev(GL_PROJECTION_MATRIX, p);
+  glGetIntegerv(GL_VIEWPORT, vp);
+  ASSERT_TRUE(gluUnProject(x, kSide - y - 1, 0, m, p, vp, &w[0], &w[1], &w[2]));
+  unify3D(w);
 
-TEST_F(PickGL, AnglesInGalacticAndEquatorialTerms) {
-  char l[64], b[64];
-  double v[3] = {0, 1, 0};
-  computeAnglesStr(l, b, v);
-  EXPECT_STREQ(l, "90.00");
-  EXPECT_STREQ(b, "0.00");
-  showRaDec = 1;
-  printDecPlace = 1;
-  double centre[3] = {1, 0, 0};
-  computeAnglesStr(l, b, centre);
-  EXPECT_STREQ(l, "17.8h");
-  EXPECT_STREQ(b, "-28.9");
-  showRaDec = 0;
+  showAnchor = 0;
+  pickAt(x, y);
+  EXPECT_EQ(picked, 0);
+  EXPECT_EQ(showAnchor, 0) << "the anchor moves although it isn't drawn";
+  EXPECT_NEAR(anchor.pos.x, w[0], 1e-9);
+  EXPECT_NEAR(anchor.pos.y, w[1], 1e-9);
+  EXPECT_NEAR(anchor.pos.z, w[2], 1e-9);
+  EXPECT_DOUBLE_EQ(anchor.pos.s, currLogScale + kAnchorDecades);
+  EXPECT_EQ(pickedStar.HD, kAnchorHD);
+  EXPECT_EQ(pickedStar.pos.x, anchor.pos.x);
+  EXPECT_STREQ(pickStarNameCommonStr, "anchor");
+  EXPECT_STREQ(pickStarNameHDStr, "");
+  EXPECT_STREQ(pickStarConstellationStr, "");
+
+  double l, b;
+  vecToLB(w, l, b);
+  char lText[kAngleTextSize], bText[kAngleTextSize];
+  snprintf(lText, sizeof lText, "%.2f", l);
+  snprintf(bText, sizeof bText, "%.2f", b);
+  EXPECT_STREQ(pickStarLStr, lText);
+  EXPECT_STREQ(pickStarBStr, bText);
+  EXPECT_EQ(std::string(anchorText), std::string(" (") + lText + "," + bText + ")");
+  EXPECT_LT(b, -85.0) << anchorText;
+
+  // The word "anchor" brings the anchor back as the reference, where the click left it.
+  ASSERT_EQ(pickStarByName("Sirius"), 1);
+  EXPECT_EQ(pickStarByName("anchor"), 0);
+  EXPECT_EQ(showAnchor, 1);
+  EXPECT_NEAR(pickedStar.pos.x, w[0], 1e-9);
+  EXPECT_EQ(std::string(anchorText), std::string(" (") + lText + "," + bText + ")");
 }
 
 }  // namespace
