@@ -58,14 +58,6 @@ bool nextListLine(FILE* fp, char* line) {
   return fgets(line, kTexLineSize, fp) != nullptr && !feof(fp);
 }
 
-// Tells the panel that values it shows have changed, if there is a panel.
-void syncPanel() {
-  // SEAM: panel — the Milky Way controls (radio group, map listbox, slider, unit listbox) read
-  // texChoice, showWhichTexture, tex_sliderValue and tex_sliderUnit when the panel draws; a
-  // panel frame is all that synchronising them needs until those controls exist.
-  if (panelWindow() != 0) panelSync();
-}
-
 // Widens a grey image to RGB in place of its pixels: the upload always hands OpenGL three
 // bytes a pixel for anything but four channels, which a one-byte-a-pixel buffer doesn't have.
 // Returns false when out of memory (the entry is left as it was).
@@ -424,7 +416,7 @@ void resetTexture(int id) {
       sliderTexAlpha2 = 0;
     }
   }
-  syncPanel();
+  panelSync();  // SEAM: panel — the Milky Way controls read these values when the panel draws
 }
 
 void updateTexSliderUnit() {
@@ -444,5 +436,5 @@ void updateTexSliderUnit() {
   }
   // SEAM: panel — once the slider control exists, set its limits to tex_sliderMin and
   // tex_sliderMax here and put tex_sliderValue back afterwards, as setting limits may move it.
-  syncPanel();
+  panelSync();  // SEAM: panel — the Milky Way controls read these values when the panel draws
 }

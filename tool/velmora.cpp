@@ -92,10 +92,6 @@ int tryStarParameter(const char* root, char* path, size_t size) {
   return starList->readStarParameter(path, root, true);
 }
 
-void syncPanelIfAny() {
-  if (panelWindow() != 0) panelSync();
-}
-
 }  // namespace
 
 // ---- Command line --------------------------------------------------------------------------
@@ -205,7 +201,7 @@ int initScene(int argc, char** argv) {
   unitObjModel = kUnitBase;
   coordObjModel = kCoordBase;
   distObjModel = static_cast<float>(length3D(alignModelCenter));
-  syncPanelIfAny();
+  panelSync();
 
   // Reference models stay where their files put them.
   nFixedModels = argc - arg;
@@ -557,7 +553,7 @@ void fixInitView() {
   glMatrixMode(GL_MODELVIEW);
   glLoadIdentity();
   gluLookAt(0.0, 0.0, 0.0, dir[0], dir[1], dir[2], alignModelUpVec[0], alignModelUpVec[1], alignModelUpVec[2]);
-  syncPanelIfAny();
+  panelSync();
 }
 
 // ---- Undo and redo --------------------------------------------------------------------------

@@ -120,11 +120,6 @@ void redisplay() {
   if (mainWindow) glutPostWindowRedisplay(mainWindow);
 }
 
-void syncPanel() {
-  // SEAM: panel — the panel's live controls follow their variables here once it exists.
-  if (panelWindow()) panelSync();
-}
-
 void toggle(int& flag) {
   flag = 1 - flag;
 }
@@ -361,7 +356,7 @@ int myMotionCB(int x, int y) {
     preMouseX = x;
     preMouseY = y;
     updateAnchor(x, glutGet(GLUT_WINDOW_HEIGHT) - y - 1);
-    syncPanel();
+    panelSync();  // SEAM: panel — live controls follow their variables
     redisplay();
     return 1;
   }
@@ -516,7 +511,7 @@ int myKeyCB(unsigned char key, int, int) {
     default:
       return 0;
   }
-  syncPanel();
+  panelSync();  // SEAM: panel — live controls follow their variables
   if (show) redisplay();
   return result;
 }

@@ -276,7 +276,7 @@ void renderScene(double, int, unsigned int renderMode, double logScale, int pick
     myCurrAspect = (float)currAspect;
     changed = true;
   }
-  if (changed && panelWindow()) panelSync();
+  if (changed) panelSync();
 }
 
 void drawSky(unsigned int, double logScale) {

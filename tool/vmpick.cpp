@@ -32,12 +32,6 @@ constexpr double kDegreesPerHour = 15.0;
 // The names are shown up to this many bytes.
 constexpr size_t kNameBytes = 300;
 
-void syncPanel() {
-  // SEAM: panel — the star panel's edit boxes show these texts once it is built; until then
-  // asking the panel (if any) for a frame is all that synchronising them takes.
-  if (panelWindow()) panelSync();
-}
-
 void setText(char* dst, const char* text) {
   copyText(dst, text, kPickTextSize);
 }
@@ -108,7 +102,7 @@ void updateStarPanel() {
   computeAnglesStr(l, b, v);
   setText(pickStarLStr, l);
   setText(pickStarBStr, b);
-  syncPanel();
+  panelSync();  // SEAM: panel — the star panel's boxes show these texts
 }
 
 void updateAnchor(int x, int y) {
@@ -181,5 +175,5 @@ void pickStarByPos(int x, int y) {
     picked = 0;
     updateAnchor(x, y);
   }
-  syncPanel();
+  panelSync();  // SEAM: panel — the star panel's boxes show these texts
 }

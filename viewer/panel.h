@@ -24,7 +24,8 @@ int panelWidth();   // 0 without a panel
 // The part of the parent window left to the picture: all of it without a panel.
 void panelGetViewportArea(int* x, int* y, int* width, int* height);
 
-// Asks for a panel frame, e.g. after the picture changed values that the panel shows.
+// Asks for a panel frame, e.g. after the picture changed values that the panel shows. Harmless
+// (does nothing) without a panel, so callers need not ask first.
 void panelSync();
 
 // Callback registration for the main window, in place of the GLUT calls of the same name.
