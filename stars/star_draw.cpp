@@ -100,13 +100,13 @@ void starRange(const StarList& list, bool skipSun, int* first, int* last) {
 
 // The star relative to the camera, unified, in distVec: its distance in decimal orders of view
 // units becomes a point in front of the far plane, at the exact direction.
-void placeStar(const PHCoord& distVec, double logScale, double out[3]) {
+inline void placeStar(const PHCoord& distVec, double logScale, double out[3]) {
   double s = distVec.s - logScale;
   if (s > kTrueDepthDecades) s = (s - kTrueDepthDecades) / kFarDecadeShare + kTrueDepthDecades;
-  out[0] = distVec.x;
-  out[1] = distVec.y;
-  out[2] = distVec.z;
-  mult3D(out, pow(10.0, s));
+  double k = pow(10.0, s);
+  out[0] = distVec.x * k;
+  out[1] = distVec.y * k;
+  out[2] = distVec.z * k;
 }
 
 }  // namespace
@@ -131,11 +131,14 @@ inline int unifyQuick(PHCoord* p) {
 
 // Stars are records of several cache lines, read backwards; a frame is bound by memory unless the
 // lines a star needs are asked for this many stars ahead.
-constexpr int kPrefetchAhead = 8;
+constexpr int kPrefetchAhead = 16;
 
-// Asks for the lines of a star that the selection reads and writes.
+// Asks for the lines of a star that the selection and colouring read and write. A field may
+// straddle two lines, so both of its ends are asked for.
 inline void prefetchStar(const NODE_StarObject* s) {
-  __builtin_prefetch(&s->pos, 0, 3);
+  __builtin_prefetch(&s->pos.x, 0, 3);
+  __builtin_prefetch(&s->pos.s, 0, 3);
+  __builtin_prefetch(&s->cmapRgba[0], 0, 3);
   __builtin_prefetch(&s->lumMag, 0, 3);
   __builtin_prefetch(&s->curVMag, 1, 3);
 }
@@ -154,15 +157,20 @@ Camera cameraOf(PHCoord cameraPos) {
 }
 
 // pos - camera, with the rules of subPHCoord: both operands unified, a zero operand or one more than
-// fifteen decades shorter dropped, otherwise the sum at the smaller exponent, not unified.
-inline PHCoord relativeToCamera(const PHCoord& pos, const Camera& cam) {
+// fifteen decades shorter dropped, otherwise the sum at the smaller exponent, not unified. *unified
+// tells whether the result is one of the operands, unified and not zero, so that unifying it again
+// would change nothing.
+inline PHCoord relativeToCamera(const PHCoord& pos, const Camera& cam, bool* unified) {
   PHCoord a = pos;
   bool aZero = unifyQuick(&a) == -1;
+  *unified = !aZero;
   if (cam.atOrigin) return a;
   const PHCoord& b = cam.minus;
+  *unified = true;
   if (aZero) return b;
   if (a.s > b.s + kMaxDecades) return a;
   if (b.s > a.s + kMaxDecades) return b;
+  *unified = false;
   PHCoord sum;
   if (a.s > b.s) {
     double k = pow(10.0, a.s - b.s);
@@ -174,22 +182,162 @@ inline PHCoord relativeToCamera(const PHCoord& pos, const Camera& cam) {
   return sum;
 }
 
-// Selection and size of one star, the same in every branch. Leaves the star relative to the
-// camera, unified, in distVec, and writes the star's curVMag when it gets that far.
-inline StarPick selectStar(StarList& list, NODE_StarObject* star, int index, const FrameView& fv, const Camera& cam,
-                           PHCoord& distVec, int* px, int* alpha) {
-  if (fv.sptypeOn && !list.isSptypeSelected(star->spClass[0], star->spNum)) return kSkipped;
-  distVec = relativeToCamera(star->pos, cam);
-  if (distVec.x * fv.v[0] + distVec.y * fv.v[1] + distVec.z * fv.v[2] < 0) return kSkipped;  // behind
-  if (unifyQuick(&distVec) == -1) distVec.s = -DBL_MAX;  // at the camera
-  if (list.logZRangeOn && !(list.logScaleNear <= distVec.s && distVec.s <= list.logScaleFar)) return kSkipped;
-  star->curVMag = (float)list.computeVMag(star->lumMag, (float)distVec.s);
+// Writes v into *dst unless it holds the very same bits: most frames see the magnitudes of the
+// frame before, and a record left clean is one that need not go back to memory.
+inline void storeUnlessSame(float* dst, float v) {
+  if (memcmp(dst, &v, sizeof v) != 0) *dst = v;
+}
+
+// The first half of the selection of one star: spectral class and side of the camera. Leaves the
+// star relative to the camera in distVec, and in *unified whether that is unified already. True
+// if the star is in front of the camera (or at it).
+inline bool selectBySide(StarList& list, const NODE_StarObject* star, const FrameView& fv, const Camera& cam,
+                         PHCoord& distVec, bool* unified) {
+  if (fv.sptypeOn && !list.isSptypeSelected(star->spClass[0], star->spNum)) return false;
+  distVec = relativeToCamera(star->pos, cam, unified);
+  return !(distVec.x * fv.v[0] + distVec.y * fv.v[1] + distVec.z * fv.v[2] < 0);
+}
+
+// The second half: camera distance, magnitude and magnitude range. Unifies distVec, and writes the
+// star's curVMag when it gets that far. True if the star stays.
+inline bool selectByMagnitude(StarList& list, NODE_StarObject* star, const FrameView& fv, PHCoord& distVec,
+                              bool unified) {
+  if (!unified && unifyQuick(&distVec) == -1) distVec.s = -DBL_MAX;  // at the camera
+  if (list.logZRangeOn && !(list.logScaleNear <= distVec.s && distVec.s <= list.logScaleFar)) return false;
+  storeUnlessSame(&star->curVMag, (float)list.computeVMag(star->lumMag, (float)distVec.s));
   if (fv.vmagOn &&
       !((float)list.param.vmagRangeMin <= star->curVMag && star->curVMag <= (float)list.param.vmagRangeMax))
-    return kSkipped;
+    return false;
+  return true;
+}
+
+// Selection and size of one star. Leaves the star relative to the camera, unified, in distVec, and
+// writes the star's curVMag when it gets that far.
+inline StarPick selectStar(StarList& list, NODE_StarObject* star, int index, const FrameView& fv, const Camera& cam,
+                           PHCoord& distVec, int* px, int* alpha) {
+  bool unified;
+  if (!selectBySide(list, star, fv, cam, distVec, &unified)) return kSkipped;
+  if (!selectByMagnitude(list, star, fv, distVec, unified)) return kSkipped;
   if (list.computePXSizeAlpha(px, alpha, star->curVMag, list.param.starScale, (float)fv.radPerPixel, index) != 0)
     return kTooSmall;
   return kDrawable;
+}
+
+// A plain frame goes through its stars in runs: first the selection of a run, then the sizes of
+// all of it, then colours and places, and only then the points to GL, so that the arithmetic of
+// one star overlaps that of the next instead of waiting between calls into the driver.
+constexpr int kRunLength = 128;
+
+struct StarRun {
+  int n;
+  NODE_StarObject* star[kRunLength];
+  PHCoord dist[kRunLength];
+  float vmag[kRunLength];
+  int px[kRunLength];
+  int alpha[kRunLength];
+  int tooSmall[kRunLength];
+  float rgba[kRunLength][4];
+  double pos[kRunLength][3];
+};
+
+// Selects the stars of the next run, from index i down to first, at most kRunLength of them;
+// returns the index to go on from.
+int gatherRun(StarList& list, int i, int first, const FrameView& fv, const Camera& cam, StarRun& run) {
+  // Which side of the camera a star is on follows no pattern that a branch predictor could learn:
+  // the stars in front are counted rather than branched to, and only they go on to the second half.
+  bool unified[kRunLength];
+  int end = i - kRunLength < first - 1 ? first - 1 : i - kRunLength;
+  int m = 0;
+  for (; i > end; i--) {
+    if (i - kPrefetchAhead >= first) prefetchStar(list.stars + (i - kPrefetchAhead));
+    NODE_StarObject* star = &list.stars[i];
+    run.star[m] = star;
+    m += selectBySide(list, star, fv, cam, run.dist[m], &unified[m]);
+  }
+  run.n = 0;
+  for (int k = 0; k < m; k++) {
+    NODE_StarObject* star = run.star[k];
+    if (!selectByMagnitude(list, star, fv, run.dist[k], unified[k])) continue;
+    run.star[run.n] = star;
+    run.dist[run.n] = run.dist[k];
+    run.vmag[run.n] = star->curVMag;
+    run.n++;
+  }
+  return i;
+}
+
+// What colours a frame's stars, worked out once: the start of the chain and which factors follow.
+struct ColorFrame {
+  const float* start;
+  bool chain;
+  bool fileColor;
+  bool colorMap;
+  bool distScale;
+  bool exposure;
+  bool tune;
+  float exposureValue;
+  float tuneValue;
+};
+
+ColorFrame colorFrameOf(const StarList& list, int flags) {
+  const int colouring = STAR_DRAW_FILE_COLOR | STAR_DRAW_COLORMAP | STAR_DRAW_COLOR_BIT4 | STAR_DRAW_DIST_SCALE;
+  ColorFrame cf;
+  cf.chain = (flags & colouring) != 0;
+  cf.start = cf.chain ? list.uniformColor : list.baseColor;
+  cf.fileColor = (flags & STAR_DRAW_FILE_COLOR) != 0;
+  cf.colorMap = (flags & STAR_DRAW_COLORMAP) && (list.bvColorMap || list.spColorMap);
+  cf.distScale = (flags & STAR_DRAW_DIST_SCALE) != 0;
+  cf.exposure = list.exposureOn != 0;
+  cf.tune = list.tuneOn != 0;
+  cf.exposureValue = list.param.exposure;
+  cf.tuneValue = list.param.tuneIntensity;
+  return cf;
+}
+
+// The opacity of gamma-table row alpha, its two low bits dropped.
+inline float alphaValueOf(const unsigned char* gammaTable, int alpha) {
+  // The size model keeps the alpha index within the table; the bound only guards it.
+  if (alpha < 0) alpha = 0;
+  if (alpha > kLastAlphaIndex) alpha = kLastAlphaIndex;
+  return (float)((gammaTable[alpha] & kAlphaKeepMask) / (double)kMaxAlphaIndex);
+}
+
+// The opacity of every gamma-table row, for one frame.
+struct AlphaValues {
+  float value[kLastAlphaIndex + 1];
+  explicit AlphaValues(const unsigned char* gammaTable) {
+    for (int a = 0; a <= kLastAlphaIndex; a++) value[a] = alphaValueOf(gammaTable, a);
+  }
+  float operator()(int alpha) const {
+    return value[alpha < 0 ? 0 : (alpha > kLastAlphaIndex ? kLastAlphaIndex : alpha)];
+  }
+};
+
+// The colouring chain of one star: the start colour, times each chosen factor, the opacity, then
+// exposure and tuning of the colour channels.
+inline void colorOf(const ColorFrame& cf, const NODE_StarObject* star, float alphaValue, float* rgba) {
+  memcpy(rgba, cf.start, 4 * sizeof(float));
+  if (cf.chain) {
+    if (cf.fileColor)
+      for (int i = 0; i < 4; i++) rgba[i] *= star->rgba[i];
+    if (cf.colorMap)
+      for (int i = 0; i < 4; i++) rgba[i] *= star->cmapRgba[i];
+    if (cf.distScale) {
+      Color c = colorMapScale(star->pos.s);
+      rgba[0] *= c.r;
+      rgba[1] *= c.g;
+      rgba[2] *= c.b;
+      rgba[3] *= c.a;
+    }
+  }
+  rgba[3] = alphaValue;
+  if (cf.exposure)
+    for (int i = 0; i < 3; i++) rgba[i] = (float)pow((double)rgba[i], (double)cf.exposureValue);
+  if (cf.tune)
+    for (int i = 0; i < 3; i++) {
+      rgba[i] *= cf.tuneValue;
+      if (rgba[i] > kFullChannel) rgba[i] = kFullChannel;
+    }
 }
 
 // The bucket rule: a point of the open run's size goes straight out; another waits in the bucket
@@ -310,6 +458,8 @@ void StarList::drawStars(double logScale, int flags, int width, int height) {
   const Camera cam = cameraOf(cameraPos);
   fv.sptypeOn = param.sptypeRangeOn != 0;
   fv.vmagOn = param.vmagRangeOn != 0;
+  const ColorFrame cf = colorFrameOf(*this, flags);
+  const AlphaValues alphaValues(gammaTable);
 
   int first, last, px, alpha;
   float rgba[4];
@@ -349,7 +499,7 @@ void StarList::drawStars(double logScale, int flags, int width, int height) {
         star->viewVec = distVec;
         continue;
       }
-      computeColor(star, flags, alpha, rgba);
+      colorOf(cf, star, alphaValues(alpha), rgba);
       placeStar(distVec, logScale, pos);
       renderBillBstar(pos, fv.u, rgba, fv.radPerPixel, px, fv.aspect);
     }
@@ -360,7 +510,7 @@ void StarList::drawStars(double logScale, int flags, int width, int height) {
     for (int i = last; i >= first; i--) {
       NODE_StarObject* star = &stars[i];
       if (star->pxSize == 0) continue;
-      computeColor(star, flags, star->pxAlpha, rgba);
+      colorOf(cf, star, alphaValues(star->pxAlpha), rgba);
       placeStar(star->viewVec, logScale, pos);
       emitPoint(*this, current, bucketIndex(star->pxSize), rgba, pos);
     }
@@ -370,13 +520,18 @@ void StarList::drawStars(double logScale, int flags, int width, int height) {
     starRange(*this, true, &first, &last);
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     glBegin(GL_POINTS);
-    for (int i = last; i >= first; i--) {
-      if (i - kPrefetchAhead >= first) prefetchStar(stars + (i - kPrefetchAhead));
-      NODE_StarObject* star = &stars[i];
-      if (selectStar(*this, star, i, fv, cam, distVec, &px, &alpha) != kDrawable) continue;
-      computeColor(star, flags, alpha, rgba);
-      placeStar(distVec, logScale, pos);
-      emitPoint(*this, current, bucketIndex(px), rgba, pos);
+    StarRun run;
+    for (int i = last; i >= first;) {
+      i = gatherRun(*this, i, first, fv, cam, run);
+      starPXSizesAlphas(*this, run.vmag, run.n, param.starScale, (float)fv.radPerPixel, run.px, run.alpha,
+                        run.tooSmall);
+      for (int k = 0; k < run.n; k++) {
+        if (run.tooSmall[k]) continue;
+        colorOf(cf, run.star[k], alphaValues(run.alpha[k]), run.rgba[k]);
+        placeStar(run.dist[k], logScale, run.pos[k]);
+      }
+      for (int k = 0; k < run.n; k++)
+        if (!run.tooSmall[k]) emitPoint(*this, current, bucketIndex(run.px[k]), run.rgba[k], run.pos[k]);
     }
     flushBuckets(*this);
     glEnd();
@@ -387,34 +542,7 @@ void StarList::drawStars(double logScale, int flags, int width, int height) {
 }
 
 float* StarList::computeColor(NODE_StarObject* star, int flags, int alpha, float* rgba) {
-  const int colouring = STAR_DRAW_FILE_COLOR | STAR_DRAW_COLORMAP | STAR_DRAW_COLOR_BIT4 | STAR_DRAW_DIST_SCALE;
-  if (!(flags & colouring)) {
-    memcpy(rgba, baseColor, sizeof baseColor);
-  } else {
-    memcpy(rgba, uniformColor, sizeof uniformColor);
-    if (flags & STAR_DRAW_FILE_COLOR)
-      for (int i = 0; i < 4; i++) rgba[i] *= star->rgba[i];
-    if ((flags & STAR_DRAW_COLORMAP) && (bvColorMap || spColorMap))
-      for (int i = 0; i < 4; i++) rgba[i] *= star->cmapRgba[i];
-    if (flags & STAR_DRAW_DIST_SCALE) {
-      Color c = colorMapScale(star->pos.s);
-      rgba[0] *= c.r;
-      rgba[1] *= c.g;
-      rgba[2] *= c.b;
-      rgba[3] *= c.a;
-    }
-  }
-  // The size model keeps the alpha index within the table; the bound only guards it.
-  if (alpha < 0) alpha = 0;
-  if (alpha > kLastAlphaIndex) alpha = kLastAlphaIndex;
-  rgba[3] = (float)((gammaTable[alpha] & kAlphaKeepMask) / (double)kMaxAlphaIndex);
-  if (exposureOn)
-    for (int i = 0; i < 3; i++) rgba[i] = (float)pow((double)rgba[i], (double)param.exposure);
-  if (tuneOn)
-    for (int i = 0; i < 3; i++) {
-      rgba[i] *= param.tuneIntensity;
-      if (rgba[i] > kFullChannel) rgba[i] = kFullChannel;
-    }
+  colorOf(colorFrameOf(*this, flags), star, alphaValueOf(gammaTable, alpha), rgba);
   return rgba;
 }
 

@@ -115,39 +115,51 @@ const DescendingGrid& grid30() {
   return g;
 }
 
-}  // namespace
-
-double starDiameter(double vmag, double vmagLimit, double blend) {
+// The diameter of starDiameter with its two grids at hand, so that a loop over many stars looks
+// them up once.
+inline double diameterOf(const DescendingGrid& g45, const DescendingGrid& g30, double vmag, double vmagLimit,
+                         double blend) {
   if (vmag > vmagLimit) return 0.0;
   // A blend of exactly 1 or 0 weighs the other table by zero, and a diameter of an ordinary
   // magnitude is finite, so it adds nothing and isn't looked up. Far outside the tables the
   // extrapolation may overflow, and zero times that is not a number: those go the whole way.
   bool ordinary = std::fabs(vmag) < kOrdinaryMagnitude;
-  double d45 = ordinary && blend == 0.0 ? 0.0 : grid45().lookup(vmag);
-  double d30 = ordinary && blend == 1.0 ? 0.0 : grid30().lookup(vmag);
+  double d45 = ordinary && blend == 0.0 ? 0.0 : g45.lookup(vmag);
+  double d30 = ordinary && blend == 1.0 ? 0.0 : g30.lookup(vmag);
   return (d45 * blend + (1 - blend) * d30) / 180 * kPi;
 }
 
-// ---------------------------------------------------------------------------------------------
-// StarList: the brightness and size model
+// What the size of a star depends on besides its magnitude: the same for every star of a frame.
+struct SizeFrame {
+  const DescendingGrid& g45;
+  const DescendingGrid& g30;
+  float starScale;
+  float radPerPixel;
+  double texScale;
+  int pxMax;
+  const unsigned char* sqrtTable;
+  const float* invSqTable;
+};
 
-double StarList::computeVMag(float lumMag, float logDist) {
-  return ((float)(logDist - kParsecExponent) - 1.0) * 5 + lumMag + (10 - param.vmagMin);
+SizeFrame sizeFrameOf(const StarList& list, float starScale, float radPerPixel) {
+  return SizeFrame{grid45(), grid30(), starScale, radPerPixel, list.param.texScale, list.pxMax, list.sqrtTable,
+                   list.invSqTable};
 }
 
-int StarList::computePXSizeAlpha(int* pxSize, int* alpha, float vmag, float starScale, float radPerPixel,
-                                 int /*starIndex*/) {
-  float d = (float)(float)starDiameter(vmag, 10.0, starScale) / radPerPixel;
+// The size and opacity of a star of magnitude vmag; 1 when it is too small to show (pxSize then 0,
+// alpha untouched), else 0.
+inline int pxSizeAlphaOf(const SizeFrame& f, int* pxSize, int* alpha, float vmag) {
+  float d = (float)(float)diameterOf(f.g45, f.g30, vmag, 10.0, f.starScale) / f.radPerPixel;
   if (d < 0.001) {
     *pxSize = 0;
     return 1;
   }
-  float h = (float)(d * 2 * param.texScale);
+  float h = (float)(d * 2 * f.texScale);
   float area = h * h - 1;
   // A degenerate size (a star at the camera has magnitude minus infinity) ends as the smallest
   // point with no opacity: invisible and harmless.
   if (std::isnan(area)) {
-    *pxSize = sqrtTable[0];
+    *pxSize = f.sqrtTable[0];
     *alpha = 0;
     return 0;
   }
@@ -159,7 +171,7 @@ int StarList::computePXSizeAlpha(int* pxSize, int* alpha, float vmag, float star
   }
   int q = (int)area;
   int w = q << 8;
-  if (w < 0 || w >= pxMax) {
+  if (w < 0 || w >= f.pxMax) {
     *pxSize = 32;
     *alpha = 255;
     return 0;
@@ -171,10 +183,34 @@ int StarList::computePXSizeAlpha(int* pxSize, int* alpha, float vmag, float star
     *alpha = 255;
     return 0;
   }
-  int p = sqrtTable[q];
+  int p = f.sqrtTable[q];
   *pxSize = p;
-  *alpha = (int)(w * invSqTable[p]);
+  *alpha = (int)(w * f.invSqTable[p]);
   return 0;
+}
+
+}  // namespace
+
+double starDiameter(double vmag, double vmagLimit, double blend) {
+  return diameterOf(grid45(), grid30(), vmag, vmagLimit, blend);
+}
+
+void starPXSizesAlphas(const StarList& list, const float* vmag, int n, float starScale, float radPerPixel,
+                       int* pxSize, int* alpha, int* tooSmall) {
+  const SizeFrame f = sizeFrameOf(list, starScale, radPerPixel);
+  for (int k = 0; k < n; k++) tooSmall[k] = pxSizeAlphaOf(f, &pxSize[k], &alpha[k], vmag[k]);
+}
+
+// ---------------------------------------------------------------------------------------------
+// StarList: the brightness and size model
+
+double StarList::computeVMag(float lumMag, float logDist) {
+  return ((float)(logDist - kParsecExponent) - 1.0) * 5 + lumMag + (10 - param.vmagMin);
+}
+
+int StarList::computePXSizeAlpha(int* pxSize, int* alpha, float vmag, float starScale, float radPerPixel,
+                                 int /*starIndex*/) {
+  return pxSizeAlphaOf(sizeFrameOf(*this, starScale, radPerPixel), pxSize, alpha, vmag);
 }
 
 int StarList::computePXSizeAlphaOld(int* pxSize, int* alpha, int brightness, int starIndex, int faintPx,
