@@ -398,6 +398,7 @@ void display() {
   if (askForPick) {
     drawFrame(1, 0);
     askForPick = 0;
+    panelAfterPictureFrame();  // a pick may change what the panel shows
     return;
   }
   if (getStartTime == 0) {
@@ -415,6 +416,8 @@ void display() {
   }
   glFlush();
   glutSwapBuffers();
+  // The frame's events and the scene may have changed values that the panel's controls show.
+  panelAfterPictureFrame();
 }
 
 void drawFrame(int pickMode, int jitterPass) {

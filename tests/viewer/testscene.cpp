@@ -7,7 +7,10 @@
 //     -menu N       menuSelect(N) once the scene is up (repeatable)
 //     -eye X Y Z    start view from (X, Y, Z) towards the origin, up (0, 0, 1)
 //     -fovy F       field of view of the start view
-//     -panel        a panel beside the picture with a "Show axes" check box
+//     -panel        a panel beside the picture (in full-screen mode a window of its own,
+//                   "Velmora Panel") with a "Show axes" check box, a "Scene flag" check box
+//                   that the key "v" flips without drawing the picture, and a "Count" button
+//     -tallpanel    with -panel: lines enough under the controls for the panel to overflow
 //     -helphook     a help hook that prints "scene help" and lets the framework go on
 //     -quad         draws a white square in front of the eye
 // The picture file holds the viewport's RGB bytes, bottom row first.
@@ -34,6 +37,14 @@ int renderCount = 0;
 int pickCount = 0;
 int dumping = 0;
 int panelChanges = 0;
+int panelClicks = 0;  // presses of the panel's "Count" button
+int sceneFlag = 0;    // flipped by "v" over the picture, shown by the panel
+int tallPanel = 0;
+// Where the panel last drew its controls, in its window's pixels from the top left: the
+// "Count" button's corners, and the two check boxes' squares (left, top, side).
+float countRect[4] = {0, 0, 0, 0};
+float axesBox[3] = {0, 0, 0};
+float sceneBox[3] = {0, 0, 0};
 // What the scene found when it started.
 int initWinW = 0, initWinH = 0, initUseSubGLUI = -1;
 
@@ -82,6 +93,12 @@ void writeState() {
   fprintf(f, "frameNum %.17g\n", frameNum);
   fprintf(f, "renderCount %d\npickCount %d\n", renderCount, pickCount);
   fprintf(f, "panelChanges %d\n", panelChanges);
+  fprintf(f, "panelClicks %d\nsceneFlag %d\n", panelClicks, sceneFlag);
+  fprintf(f, "panelWindow %d\npanelIsSubWindow %d\npanelWidth %d\n", panelWindow(), panelIsSubWindow(),
+          panelWidth());
+  fprintf(f, "countRect %g %g %g %g\n", countRect[0], countRect[1], countRect[2], countRect[3]);
+  fprintf(f, "axesBox %g %g %g\n", axesBox[0], axesBox[1], axesBox[2]);
+  fprintf(f, "sceneBox %g %g %g\n", sceneBox[0], sceneBox[1], sceneBox[2]);
   fprintf(f, "useSubGLUI %d\nfullScreen %d\n", useSubGLUI, fullScreen);
   fprintf(f, "maxW %d\nmaxH %d\n", maxW, maxH);
   fprintf(f, "objArgc %d\n", objArgc);
@@ -97,6 +114,10 @@ int sceneKey(unsigned char key, int, int) {
     writeState();
     return 1;
   }
+  if (key == 'v') {  // no redisplay: only the panel shows the flag
+    sceneFlag = !sceneFlag;
+    return 1;
+  }
   return 0;
 }
 
@@ -109,6 +130,16 @@ int sceneHelp(FILE* stream) {
   return 0;
 }
 
+// The square of the check box just drawn: left, top, side.
+void recordBox(float* box) {
+  ImVec2 min = ImGui::GetItemRectMin();
+  box[0] = min.x;
+  box[1] = min.y;
+  box[2] = ImGui::GetFrameHeight();
+}
+
+constexpr int kTallPanelLines = 80;
+
 int buildPanel() {
   ImGui::Text("test panel");
   bool axes = showAxesFlag != 0;
@@ -118,12 +149,30 @@ int buildPanel() {
     ++panelChanges;
     changed = 1;
   }
+  recordBox(axesBox);
+  bool flag = sceneFlag != 0;
+  if (ImGui::Checkbox("Scene flag", &flag)) sceneFlag = flag ? 1 : 0;
+  recordBox(sceneBox);
+  if (ImGui::Button("Count")) ++panelClicks;
+  ImVec2 min = ImGui::GetItemRectMin(), max = ImGui::GetItemRectMax();
+  countRect[0] = min.x;
+  countRect[1] = min.y;
+  countRect[2] = max.x;
+  countRect[3] = max.y;
+  if (tallPanel)
+    for (int i = 0; i < kTallPanelLines; ++i) ImGui::Text("line %d", i);
   return changed;
 }
 
 const int kPanelWidth = 160;
+const int kPanelWindowHeight = 300;  // the panel's own window, in full-screen mode
 
 void createPanel() {
+  if (!useSubGLUI) {
+    // Full-screen mode: the picture keeps the whole screen, the panel stands apart.
+    panelCreateWindow("Velmora Panel", kPanelWidth, kPanelWindowHeight, buildPanel);
+    return;
+  }
   panelCreate(mainWindow, kPanelWidth, buildPanel);
   glutSetWindow(mainWindow);
   glutReshapeWindow(winW + kPanelWidth, winH);
@@ -155,8 +204,11 @@ int initScene(int argc, char** argv) {
     } else if (a == "-fovy" && i + 1 < argc) {
       fovy = atof(argv[++i]);
     } else if (a == "-panel") {
-      useSubGLUI = 1;
+      // As the alignment scene does: a panel inside the window unless in full-screen mode.
+      useSubGLUI = fullScreen ? 0 : 1;
       gluiCreatePtr = createPanel;
+    } else if (a == "-tallpanel") {
+      tallPanel = 1;
     } else if (a == "-helphook") {
       helpMenuFuncPtr = sceneHelp;
     } else if (a == "-quad") {
