@@ -16,7 +16,8 @@
 #include "fileio/common.h"
 #include "fileio/sgi.h"
 #include "model/glm.h"
-#include "viewer/panel.h"
+#include "tool/vmbuild.h"
+#include "viewer/glui.h"
 
 namespace {
 
@@ -416,7 +417,7 @@ void resetTexture(int id) {
       sliderTexAlpha2 = 0;
     }
   }
-  panelSync();  // SEAM: panel — the Milky Way controls read these values when the panel draws
+  syncPanel();
 }
 
 void updateTexSliderUnit() {
@@ -434,7 +435,11 @@ void updateTexSliderUnit() {
       tex_sliderMin = lowest;
     }
   }
-  // SEAM: panel — once the slider control exists, set its limits to tex_sliderMin and
-  // tex_sliderMax here and put tex_sliderValue back afterwards, as setting limits may move it.
-  panelSync();  // SEAM: panel — the Milky Way controls read these values when the panel draws
+  // New limits may clamp the value: it is put back afterwards.
+  if (textureSlider) {
+    float value = tex_sliderValue;
+    textureSlider->set_float_limits(tex_sliderMin, tex_sliderMax);
+    textureSlider->set_float_val(value);
+  }
+  syncPanel();
 }

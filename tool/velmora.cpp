@@ -15,6 +15,7 @@
 #include "model/glm_internal.h"
 #include "tool/texfile.h"
 #include "tool/velmora.h"
+#include "tool/vmbuild.h"
 #include "tool/vmcb.h"
 #include "tool/vmfile.h"
 #include "viewer/panel.h"
@@ -300,7 +301,7 @@ int initScene(int argc, char** argv) {
   keyboardCBFuncPtr = myKeyCB;
   mouseCBFuncPtr = myMouseCB;
   motionCBFuncPtr = myMotionCB;
-  // SEAM: panel — gluiCreatePtr = myGLUICreate once the panel is built.
+  gluiCreatePtr = myGLUICreate;
   useGLUTMenu = 0;
   useSubGLUI = 1;
   if (fullScreen) {

@@ -133,6 +133,24 @@ extern float tex_sliderMin, tex_sliderMax;
 extern unsigned int sliderTexID1, sliderTexID2;     // the two textures of the cross-fade
 extern float sliderTexAlpha1, sliderTexAlpha2;      // their weights, summing to 1
 
+// ---- The control panel (vmbuild.cpp) ---------------------------------------------------------
+class GLUI;
+class GLUI_Control;
+class GLUI_Slider;
+constexpr int kMaxRollouts = 16;
+extern GLUI* glui;                                // the panel window, or nullptr before it is built
+extern GLUI_Control* rolloutList[kMaxRollouts];   // the rollouts in their present circular order
+extern char rolloutChar[kMaxRollouts];            // the letter of each, in the same order
+extern int nRolloutList;                          // rollouts in use
+extern int rolloutOffset;                         // index in rolloutList of the rollout on top
+extern int rolloutStart;                          // children of the main panel before the rollouts
+extern GLUI_Control* starPosLText;                // the star panel's two angle boxes, relabelled
+extern GLUI_Control* starPosBText;                //   when Ra/Dec is switched
+extern GLUI_Control* texRadioGroup;               // "[1] no texture" ... on texChoice
+extern GLUI_Slider* textureSlider;                // "slider at (log10)", with a slider list only
+extern GLUI_Slider* alphaSlider;                  // "MW Intensity (w/W)"
+extern GLUI_Control* recentFilesBox;              // "recent:", items kRecentListBase up
+
 // ---- The scene (velmora.cpp) ------------------------------------------------------------------
 // The drawing, gestures, files, textures and picking are declared in the headers of their own
 // files: vmdraw.h, vmcb.h, vmfile.h, texfile.h, vmpick.h.

@@ -87,3 +87,16 @@ float tex_sliderValue = -6.2627f;
 float tex_sliderMin = 0, tex_sliderMax = 0;
 unsigned int sliderTexID1 = 0, sliderTexID2 = 0;
 float sliderTexAlpha1 = 1, sliderTexAlpha2 = 0;
+
+GLUI* glui = nullptr;
+GLUI_Control* rolloutList[kMaxRollouts];
+char rolloutChar[kMaxRollouts];
+int nRolloutList = 0;
+int rolloutOffset = 0;
+int rolloutStart = 0;
+GLUI_Control* starPosLText = nullptr;
+GLUI_Control* starPosBText = nullptr;
+GLUI_Control* texRadioGroup = nullptr;
+GLUI_Slider* textureSlider = nullptr;
+GLUI_Slider* alphaSlider = nullptr;
+GLUI_Control* recentFilesBox = nullptr;

@@ -7,15 +7,22 @@
 #include <GL/gl.h>
 
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <string>
 
+#include "coords/constants.h"
 #include "coords/math3D.h"
+#include "coords/phcoord.h"
+#include "fileio/common.h"
 #include "tool/texfile.h"
 #include "tool/velmora.h"
+#include "tool/vmbuild.h"
 #include "tool/vmfile.h"
 #include "tool/vmpick.h"
-#include "viewer/panel.h"
 #include "viewer/tarnwick.h"
+#include "viewer/window_scope.h"
 
 const char* const mouseHelpText =
     "     Mouse Control :\n"
@@ -116,8 +123,9 @@ constexpr float kAlphaStep = 0.02f;
 constexpr double kSensitivityStep = 1.1, kSensitivityMax = 5.0, kSensitivityMin = 0.01;
 constexpr unsigned char kFirstKey = '+', kLastKey = '}';
 
+// The panel may be the current window when its controls call back.
 void redisplay() {
-  if (mainWindow) glutPostWindowRedisplay(mainWindow);
+  myGlutPostRedisplay(mainWindow);
 }
 
 void toggle(int& flag) {
@@ -312,29 +320,160 @@ int viewingGesture(int x, int y) {
   return 1;
 }
 
-// The panel's rollouts as the m prefix sees them.
-// SEAM: panel — nRolloutList, closeAllRollouts and rotatePanelsTo(letter) of the control panel
-// take the place of these three once its rollouts exist; until then there are none, and every
-// letter falls through to the framework.
-int rolloutCount() {
-  return 0;
-}
-void closeAllPanels() {}
-int rotatePanelsToLetter(int) {
-  return 0;
-}
-
 // The second key after m: a panel letter, or - to close them all. A digit from 1 up to the
 // number of rollouts goes on as its place counted from 0, which no panel letter is, so it
 // finds nothing; that is how the key has always behaved.
 int panelKey(unsigned char key) {
   if (key == '-') {
-    closeAllPanels();
+    closeAllRollouts();
     return 1;
   }
   int letter = key;
-  if (key >= '1' && key <= '0' + rolloutCount()) letter = key - '1';
-  return rotatePanelsToLetter(letter);
+  if (key >= '1' && key <= '0' + nRolloutList) letter = key - '1';
+  return rotatePanelsTo(letter);
+}
+
+// The texture radio group's buttons: no texture, one map, the slider.
+constexpr int kTexChoiceOne = 1, kTexChoiceSlider = 2;
+// The look-at turn lasts this many seconds of processor time; smaller turns don't start.
+constexpr double kLookAtSeconds = 1.5;
+constexpr double kLookAtLeastDegrees = 1e-5;
+
+// Whether the star panel describes something: a picked star, a typed HD number or the anchor.
+bool hasChoice() {
+  return showAnchor || picked || pickStarNameHDStr[0];
+}
+
+// The pick functions rewrite the very texts they are given: they get a copy.
+void pickAgain(const char* name) {
+  char text[kPickTextSize];
+  copyText(text, name, sizeof text);
+  pickStarByName(text);
+}
+
+void rewriteAnchorText() {
+  double v[3] = {anchor.pos.x, anchor.pos.y, anchor.pos.z};
+  unify3D(v);
+  char l[kAngleTextSize], b[kAngleTextSize];
+  computeAnglesStr(l, b, v);
+  snprintf(anchorText, sizeof anchorText, " (%s,%s)", l, b);
+}
+
+// "dir": the path as typed goes to the shell unquoted, so that patterns and the like work; the
+// listing reports its own failures.
+void listDirectory() {
+  fprintf(stderr, "\nDirectory [%s]\n\n", alignpath.c_str());
+  fflush(stderr);
+  fflush(stdout);
+  std::string command = "ls -al " + alignpath;
+  int status = system(command.c_str());
+  (void)status;
+}
+
+// The view of the main window as the framework holds it, in a View.
+View mainView() {
+  double m[16];
+  glGetDoublev(GL_MODELVIEW_MATRIX, m);
+  return frmMatToView(m);
+}
+
+// "Fovy:". Returns 0 when the locked view refuses it (the slider snaps back).
+bool changeFovy() {
+  if (lockView) {
+    myCurrFovy = static_cast<float>(currFovy);
+    syncPanel();
+    return false;
+  }
+  currFovy = myCurrFovy;
+  WindowScope onMain(mainWindow);
+  View view = mainView();
+  resetView(&view);
+  return true;
+}
+
+// "Aspect Ratio:" and "Fix as width/height". Returns 0 when the locked view refuses it.
+bool changeAspect() {
+  if (lockView) {
+    myCurrAspect = static_cast<float>(currAspect);
+    syncPanel();
+    return false;
+  }
+  WindowScope onMain(mainWindow);
+  View view = mainView();
+  if (!fixAspectRatio) {
+    currAspect = myCurrAspect;
+  } else {
+    // The window's own shape wins over the slider.
+    currAspect = static_cast<double>(winW) / winH;
+    myCurrAspect = static_cast<float>(currAspect);
+    syncPanel();
+  }
+  view.aspect = currAspect;
+  resetView(&view);
+  return true;
+}
+
+// Radians between two unit vectors; rounding can't take the cosine past 1.
+double angleBetween(const double a[3], const double b[3]) {
+  return std::acos(std::fmax(-1.0, std::fmin(1.0, dot3D(a, b))));
+}
+
+// "look at star": starts the idle turn of the view that brings the picked star (or the anchor)
+// to the centre of the picture. Returns 0 when the locked view refuses it, with no redisplay.
+bool lookAtStar() {
+  if (lockView) {
+    fprintf(stderr, "Screen locked.\n");
+    return false;
+  }
+  if (!picked && !pickStarNameHDStr[0]) {
+    printf("Please pick a star and press the button again.\n");
+    return true;
+  }
+  WindowScope onMain(mainWindow);
+  View view = mainView();
+  double g[3], u[3];
+  copy3D(g, view.viewDir);
+  copy3D(u, view.viewUp);
+  unify3D(g);
+  unify3D(u);
+  PHCoord eye = view.viewPos;
+  unifyPHCoord(&eye);
+  double e[3] = {eye.x, eye.y, eye.z};
+  unify3D(e);
+  // Looking back at the origin from outside, the turn goes about the origin and aims at the
+  // star's direction; otherwise it turns the eye towards the star where it stands.
+  int aroundOrigin = angleBetween(g, e) > kPi - currFovy / 2 * kRadiansPerDegree;
+  PHCoord to = aroundOrigin ? pickedStar.pos : subPHCoord(pickedStar.pos, view.viewPos);
+  double d[3] = {to.x, to.y, to.z};
+  unify3D(d);
+  double a = angleBetween(g, d) * kDegreesPerRadian;
+  if (a > kLookAtLeastDegrees) {
+    double p[3], s[3];
+    add_mul_3D(d, -dot3D(d, g), g, p);
+    unify3D(p);
+    cross3D(g, u, s);
+    idleRot_nx = static_cast<float>(-dot3D(p, u));
+    idleRot_ny = static_cast<float>(dot3D(p, s));
+    idleRot_nz = 0;
+    idleRotModel = 0;
+    idleRotView = 0;
+    idleRot_angle = static_cast<float>(a);
+    idleRot_speed = static_cast<float>(a / kLookAtSeconds);
+    idleRot_time = myTime();
+    idleRot_aroundOrigin = aroundOrigin;
+    idleRotView = 1;
+  }
+  return true;
+}
+
+// "Export" and Enter in "ObjFile:": the aligned model to alignpath/objFileExport, which joins the
+// recent list whatever the export's outcome, so that it can be opened again.
+void exportModel() {
+  std::string target = alignpath + "/" + objFileExport;
+  WindowScope onMain(mainWindow);
+  exportObjFile(target.c_str(), alignfile, alignModel, alignModelMatrix, initTranMat, distObjModel,
+                unitObjModel - kUnitBase, coordObjModel - kCoordBase);
+  addRecentFile(alignpath.c_str(), objFileExport.c_str());
 }
 
 }  // namespace
@@ -356,7 +495,7 @@ int myMotionCB(int x, int y) {
     preMouseX = x;
     preMouseY = y;
     updateAnchor(x, glutGet(GLUT_WINDOW_HEIGHT) - y - 1);
-    panelSync();  // SEAM: panel — live controls follow their variables
+    syncPanel();
     redisplay();
     return 1;
   }
@@ -374,24 +513,134 @@ int myHelpMenu(FILE* stream) {
 
 void myGLUICallback(int id) {
   switch (id) {
+    case kIdQuit:
+      menuSelect(kMenuQuit);
+      break;
+    case kIdHelp:
+      menuSelect(kMenuHelp);
+      break;
+    case kIdAbout:
+      menuSelect(kMenuAbout);
+      break;
+    case kIdCloseAll:
+      closeAllRollouts();
+      break;
+    case kIdNextPanel:
+      rotatePanelsOffset(1);
+      break;
     case kIdUndo:
       undoAlign();
       break;
     case kIdRedo:
       redoAlign();
       break;
+    case kIdDir:
+      listDirectory();
+      break;
+    case kIdOpen:
+      openFile(alignpath.c_str(), try_open_alignfile.c_str());
+      break;
+    case kIdFovy:
+      if (!changeFovy()) return;
+      break;
+    case kIdAspect:
+      if (!changeAspect()) return;
+      break;
+    case kIdSensitivity:
+      sensitivity = mySensitivity;
+      break;
     case kIdLockView:
       if (lockView && idleRotModel) idleRotModel = 0;
+      break;
+    case kIdAxes:
+      showAxesFlag = myShowAxesFlag;
+      break;
+    case kIdRaDec:
+      relabelStarPosTexts();
+      if (hasChoice()) {
+        if (!picked)
+          updateAnchor(-1, -1);
+        else
+          updateStarPanel();
+        syncPanel();
+      }
+      break;
+    case kIdDecPlaces:
+      if (hasChoice()) {
+        if (!picked) {
+          updateAnchor(-1, -1);
+        } else {
+          updateStarPanel();
+          if (showAnchor) rewriteAnchorText();
+        }
+      }
+      syncPanel();
       break;
     case kIdStarSize:
       if (starList) starList->setStarTextureScale(starSize);
       break;
+    case kIdStarAtYear:
+      if (starList) starList->setStarAtYear(starAtYear);
+      if (picked || pickStarNameHDStr[0]) pickAgain(pickStarNameHDStr);
+      break;
+    case kIdPrintStar:
+      if (picked || pickStarNameHDStr[0]) {
+        printf("\n");
+        if (starList) starList->printStarObj(&pickedStar, stdout);
+      } else {
+        printf("Please pick a star and press the button again.\n");
+      }
+      break;
+    case kIdLookAtStar:
+      if (!lookAtStar()) return;
+      break;
+    case kIdPickHD:
+      pickAgain(pickStarNameHDStr);
+      syncPanel();
+      break;
+    case kIdPickHIC:
+      pickAgain(pickStarNameHICStr);
+      syncPanel();
+      break;
+    case kIdPickCommon:
+      pickAgain(pickStarNameCommonStr);
+      syncPanel();
+      break;
+    case kIdPickConstellation: {
+      char text[kPickTextSize];
+      copyText(text, pickStarConstellationStr, sizeof text);
+      pickStarByConstellation(text);
+      syncPanel();
+      break;
+    }
     case kIdTexChoice:
-      if (texChoice == 1) resetTexture(kTexListBase);
-      if (texChoice == 2) resetTexture(kIdTexSlider);
+      if (texChoice == kTexChoiceOne) resetTexture(kTexListBase);
+      if (texChoice == kTexChoiceSlider) resetTexture(kIdTexSlider);
+      break;
+    case kIdTexSlider:
+      // Touching the slider switches to slider mode.
+      texChoice = kTexChoiceSlider;
+      resetTexture(kIdTexSlider);
+      break;
+    case kSliderUnitBase:
+      updateTexSliderUnit();
+      texChoice = kTexChoiceSlider;
+      resetTexture(kIdTexSlider);
+      break;
+    case kIdRedisplay:
+      break;
+    case kIdExport:
+      exportModel();
+      break;
+    case kRecentListBase:
+      openRecentFile(recentListBoxID - kRecentListBase);
+      break;
+    case kTexListBase:
+      // Choosing a map switches to single-map mode, the texture on.
+      texChoice = kTexChoiceOne;
+      resetTexture(kTexListBase);
       break;
     default:
-      // SEAM: panel — the other controls' work comes with the panel.
       return;
   }
   redisplay();
@@ -511,7 +760,7 @@ int myKeyCB(unsigned char key, int, int) {
     default:
       return 0;
   }
-  panelSync();  // SEAM: panel — live controls follow their variables
+  syncPanel();
   if (show) redisplay();
   return result;
 }

@@ -30,13 +30,46 @@ int myKeyCB(unsigned char key, int x, int y);
 int myHelpMenu(FILE* stream);
 
 // The work of a panel control or of the key that stands for it, by control id, followed by a
-// redisplay of the main window. Unknown ids do nothing.
+// redisplay of the main window; the work that reads or sets the picture's matrices is done on
+// the main window whichever window is current. Unknown ids do nothing. Quit (id 10) ends the
+// process through the framework. Prints: "dir" (20) "\nDirectory [<alignpath>]\n\n" on standard
+// error and then runs "ls -al <alignpath>" through the shell, the path unquoted; "print (console)"
+// (52) a newline and the star's record, or "Please pick a star and press the button again.\n", on
+// standard output; "look at star" (53) "Screen locked.\n" on standard error when the view is
+// locked, or the same request on standard output without a star; and whatever the functions it
+// calls print (help, about, open, export, the undo ring). A refused change of the field of view
+// or aspect (view locked) puts the panel's value back and asks for no redisplay.
 void myGLUICallback(int id);
 
-// Panel control ids the keys share.
+// The ids of the panel's controls that act at once; the keys share some of them. The texture
+// controls' ids (kIdTexChoice, kIdTexSlider, kSliderUnitBase, kTexListBase) and the recent list's
+// (kRecentListBase) are in tool/velmora.h.
 enum ToolCallbackId {
+  kNoCallback = -1,   // a control that only writes its live variable
+  kIdQuit = 10,
+  kIdHelp = 11,
+  kIdAbout = 12,
+  kIdCloseAll = 13,   // "-"
+  kIdNextPanel = 14,  // "m"
   kIdUndo = 15,
   kIdRedo = 16,
+  kIdDir = 20,
+  kIdOpen = 21,
+  kIdFovy = 30,
+  kIdAspect = 31,
+  kIdSensitivity = 32,
   kIdLockView = 40,
+  kIdAxes = 41,
+  kIdRaDec = 42,
+  kIdDecPlaces = 43,
   kIdStarSize = 50,
+  kIdStarAtYear = 51,
+  kIdPrintStar = 52,
+  kIdLookAtStar = 53,
+  kIdPickHD = 54,
+  kIdPickHIC = 55,
+  kIdPickCommon = 56,
+  kIdPickConstellation = 57,
+  kIdRedisplay = 64,
+  kIdExport = 70,
 };

@@ -22,6 +22,7 @@
 #include "fileio/common.h"
 #include "fileio/entropy.h"
 #include "tool/velmora.h"
+#include "viewer/glui.h"
 #include "viewer/panel.h"
 #include "viewer/tarnwick.h"
 
@@ -463,6 +464,8 @@ void openRecentFile(int entry) {
 void addRecentFile(const char* dir, const char* name) {
   if (!dir) dir = "";
   if (!name) name = "";
+  // The box holds as many items as the list had entries before this call.
+  const int boxItems = nRecentFiles;
   // Copies first: the pair may stand in the arrays that are shifted below.
   char newDir[kPathBuffer], newName[kPathBuffer];
   copyText(newDir, dir, sizeof newDir);
@@ -487,8 +490,11 @@ void addRecentFile(const char* dir, const char* name) {
   copyText(recentFiles[0], newName, kPathBuffer);
   if (nRecentFiles < kMaxRecentFiles) nRecentFiles++;
 
-  // SEAM: panel — the listbox of recent files (ids kRecentListBase up) shows recentFiles by their
-  // file names; it is rebuilt from these arrays when the file panel comes.
+  // The listbox shows the entries by their file names alone.
+  if (recentFilesBox) {
+    for (int i = 0; i < boxItems; i++) recentFilesBox->delete_item(kRecentListBase + i);
+    for (int i = 0; i < nRecentFiles; i++) recentFilesBox->add_item(kRecentListBase + i, recentFiles[i]);
+  }
 }
 
 void resetAlignFile(int flag) {

@@ -37,10 +37,10 @@ enum ExportCoord {
 const char* exportUnitLine(int unit);
 const char* exportCoordLine(int coord);
 
-// SEAM: panel — the file panel's controls call these: the open button (id 21) openFile(alignpath,
+// The file panel's controls call these: the open button (id 21) openFile(alignpath,
 // try_open_alignfile), the recent listbox (id kRecentListBase) openRecentFile(recentListBoxID -
 // kRecentListBase), the export button (id 70) exportObjFile with alignpath "/" objFileExport and
-// then addRecentFile(alignpath, objFileExport). The controls come with the panel.
+// then addRecentFile(alignpath, objFileExport).
 
 // ---- Opening a model --------------------------------------------------------------------------
 // Replaces alignModel by the model dir/name (dir "" or nullptr means the working directory) and
@@ -61,7 +61,8 @@ int openFile(const char* dir, const char* name);
 void openRecentFile(int entry);
 
 // Puts the pair at the head of the recent list (recentPaths, recentFiles), removing an equal
-// pair further down and letting the ninth entry fall off a full list. Prints nothing.
+// pair further down and letting the ninth entry fall off a full list, and refills the panel's
+// recent listbox (recentFilesBox) when there is one. Prints nothing.
 void addRecentFile(const char* dir, const char* name);
 
 // Sets alignfile_basename and alignpath from alignfile; with flag not 0 try_open_alignfile

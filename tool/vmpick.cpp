@@ -15,6 +15,8 @@
 #include "coords/math3D.h"
 #include "fileio/common.h"
 #include "tool/velmora.h"
+#include "tool/vmbuild.h"
+#include "viewer/glui.h"
 #include "viewer/panel.h"
 #include "viewer/tarnwick.h"
 
@@ -102,7 +104,7 @@ void updateStarPanel() {
   computeAnglesStr(l, b, v);
   setText(pickStarLStr, l);
   setText(pickStarBStr, b);
-  panelSync();  // SEAM: panel — the star panel's boxes show these texts
+  syncPanel();
 }
 
 void updateAnchor(int x, int y) {
@@ -112,8 +114,8 @@ void updateAnchor(int x, int y) {
     m[12] = m[13] = m[14] = 0;
     glGetDoublev(GL_PROJECTION_MATRIX, p);
     int vp[4];
-    if (panelWindow()) {
-      panelGetViewportArea(&vp[0], &vp[1], &vp[2], &vp[3]);
+    if (glui) {
+      GLUI_Master.get_viewport_area(&vp[0], &vp[1], &vp[2], &vp[3]);
     } else {
       glGetIntegerv(GL_VIEWPORT, vp);
     }
@@ -175,5 +177,5 @@ void pickStarByPos(int x, int y) {
     picked = 0;
     updateAnchor(x, y);
   }
-  panelSync();  // SEAM: panel — the star panel's boxes show these texts
+  syncPanel();
 }
