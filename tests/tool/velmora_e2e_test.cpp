@@ -2,35 +2,21 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <initializer_list>
-#include <utility>
 #include <string>
-#include <vector>
 
 #include "tests/support/program_run.h"
 #include "tests/support/testutil.h"
+#include "tests/tool/velmora_driver.h"
 
 namespace {
 
+using e2e::drag;
+using e2e::Grab;
+using e2e::grabStable;
+using e2e::sample;
+using e2e::titleOf;
+using e2e::velmora;
 using testsupport::ProgramRun;
-
-std::string velmora() {
-  return testsupport::binaryDir() + "/velmora";
-}
-std::string sample(const std::string& name) {
-  return testsupport::sourceDir() + "/samples/" + name;
-}
-
-// The title names the model file as it was given. xdotool takes the name as a regular
-// expression, so the brackets and dots of the title are escaped.
-std::string titleOf(const std::string& model) {
-  std::string pattern = "^Velmora tool 1\\.2 \\[";
-  for (char c : model) {
-    if (std::string(".[]()*+?^$|\\").find(c) != std::string::npos) pattern += '\\';
-    pattern += c;
-  }
-  return pattern + "\\]$";
-}
 
 TEST(VelmoraProgram, StartsOnTheMisplacedSampleWithItsTwinAndQuitsOnQ) {
   VELMORA_REQUIRE_SKY_DATA();
@@ -104,30 +90,6 @@ TEST(VelmoraProgram, ADisplayArgumentBeforeTheModelIsNoModel) {
   EXPECT_EQ(run.err().find("failed to read"), std::string::npos) << run.err();
 }
 
-// The window's pixels as ImageMagick grabs them from the X server.
-std::string grab(ProgramRun& run) {
-  testsupport::pauseMs(1500);  // the frames asked for by the last event are drawn
-  std::string file = run.dir().file("grab.rgb");
-  testsupport::run("DISPLAY=" + run.display() + " import -window " + run.window() + " -depth 8 rgb:" + file);
-  return testsupport::readFile(file);
-}
-
-// A drag with the button (1 left, 2 middle) through the window points given, a step at a time.
-void drag(ProgramRun& run, int button, std::initializer_list<std::pair<int, int>> points) {
-  const std::string w = run.window();
-  const std::string b = std::to_string(button);
-  auto at = [&](const std::pair<int, int>& p) {
-    return "mousemove --window " + w + " " + std::to_string(p.first) + " " + std::to_string(p.second);
-  };
-  auto it = points.begin();
-  run.xdo(at(*it) + " mousedown " + b);
-  for (++it; it != points.end(); ++it) {
-    testsupport::pauseMs(200);
-    run.xdo(at(*it));
-  }
-  run.xdo("mouseup " + b);
-}
-
 // A middle drag moves the model over the sky; u takes it back to the very same picture and y
 // brings the move again; a second u finds the ring empty and says so.
 TEST(VelmoraProgram, DragUndoAndRedoWithTheKeys) {
@@ -135,15 +97,15 @@ TEST(VelmoraProgram, DragUndoAndRedoWithTheKeys) {
   const std::string model = sample("m51-misplaced.obj");
   ProgramRun run({velmora(), "-notex", model}, titleOf(model));
   ASSERT_FALSE(run.window().empty()) << run.err();
-  std::string before = grab(run);
+  Grab before = grabStable(run);
   ASSERT_FALSE(before.empty());
   drag(run, 2, {{320, 320}, {360, 340}, {400, 360}});
-  std::string moved = grab(run);
+  Grab moved = grabStable(run);
   EXPECT_NE(moved, before) << "the drag moved nothing";
   run.key("u");
-  EXPECT_EQ(grab(run), before) << "undo did not restore the picture";
+  EXPECT_EQ(grabStable(run), before) << "undo did not restore the picture";
   run.key("y");
-  EXPECT_EQ(grab(run), moved) << "redo did not bring the move back";
+  EXPECT_EQ(grabStable(run), moved) << "redo did not bring the move back";
   run.key("u");
   run.key("u");
   testsupport::pauseMs(500);
@@ -158,11 +120,11 @@ TEST(VelmoraProgram, CapitalRRestartsTheModelPosition) {
   const std::string model = sample("m1-misplaced.obj");
   ProgramRun run({velmora(), "-notex", model}, titleOf(model));
   ASSERT_FALSE(run.window().empty()) << run.err();
-  std::string before = grab(run);
+  Grab before = grabStable(run);
   drag(run, 1, {{300, 300}, {350, 330}, {380, 350}});
-  EXPECT_NE(grab(run), before);
+  EXPECT_NE(grabStable(run), before);
   run.key("R");
-  EXPECT_EQ(grab(run), before);
+  EXPECT_EQ(grabStable(run), before);
   run.key("q");
   EXPECT_EQ(run.waitExit(), 0);
 }
