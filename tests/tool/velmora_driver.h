@@ -46,6 +46,18 @@ Grab grab(testsupport::ProgramRun& run);
 // are drawn, and returns the last one. Gives up after maxMs milliseconds and returns the last grab
 // then. firstPauseMs lets the program see the events sent just before.
 Grab grabStable(testsupport::ProgramRun& run, int maxMs = 10000, int firstPauseMs = 150);
+// Grabs until the picture passes the test (a frame that was asked for may take a while to show,
+// longer on a slow build than grabStable's settling), then until it holds still; gives up after
+// maxMs and returns the last grab.
+template <typename Test>
+Grab grabUntil(testsupport::ProgramRun& run, Test test, int maxMs = 10000) {
+  constexpr int kStepMs = 100;
+  for (int waited = 0;; waited += kStepMs) {
+    Grab g = grabStable(run, maxMs, 0);
+    if ((!g.empty() && test(g)) || waited >= maxMs) return g;
+    testsupport::pauseMs(kStepMs);
+  }
+}
 
 // Writes the grab as a binary PPM (for a look at it when a test fails). Returns true on success.
 bool writePPM(const Grab& g, const std::string& path);
