@@ -11,7 +11,7 @@
 // Full sky: a renderScene of the hip.8 set with two maps cross-faded, the constellation figures
 // and names and the galactic and equatorial grids, through a wide field towards the galactic
 // centre, against the floor of bench/star_draw_bench.cpp: the same stars sent as plain points;
-// then the same frame with one layer left out at a time.
+// then the same frame with one layer left out at a time, and with the maps alone and the stars alone.
 //
 // Needs a display (scripts/bench_tool.sh starts a private one). With VELMORA_BENCH_SHOT=path the
 // full-sky frame is also written to path as a PPM picture, to be looked at. "tool_bench
@@ -479,23 +479,41 @@ void BM_FullSkyFrame(benchmark::State& state) {
 // The full-sky frame with one of its layers left out, to show where its time goes.
 enum SkyLayer { kLayerMaps, kLayerStars, kLayerConstellations, kLayerGrids, kLayerCount };
 
-void BM_FullSkyWithout(benchmark::State& state) {
+// The switches of each layer.
+int* const kLayerFlags[kLayerCount][2] = {{&texChoice, nullptr},
+                                          {&showStarsFlag, nullptr},
+                                          {&showConstellationLines, &showConstellationNames},
+                                          {&showGalSphere, &showEqnSphere}};
+
+// The full-sky frame with the layers for which drop says so switched off, timed; the switches are
+// put back afterwards.
+template <typename Drop>
+void timeSkyLayers(benchmark::State& state, Drop drop) {
   if (!window(kSkyWindow)) return skip(state, "no display");
   Sky& s = sky();
   if (!s.ok) return skip(state, s.error.c_str());
   skyView();
-  int* flags[kLayerCount][2] = {{&texChoice, nullptr},
-                                {&showStarsFlag, nullptr},
-                                {&showConstellationLines, &showConstellationNames},
-                                {&showGalSphere, &showEqnSphere}};
-  const int layer = (int)state.range(0);
-  int kept[2] = {0, 0};
-  for (int k = 0; k < 2; k++)
-    if (int* f = flags[layer][k]) kept[k] = *f, *f = 0;
+  int kept[kLayerCount][2] = {};
+  for (int layer = 0; layer < kLayerCount; layer++)
+    for (int k = 0; k < 2; k++)
+      if (int* f = kLayerFlags[layer][k]; f && drop(layer)) kept[layer][k] = *f, *f = 0;
   double seconds = timeFrames(state, skyFrame);
-  for (int k = 0; k < 2; k++)
-    if (int* f = flags[layer][k]) *f = kept[k];
+  for (int layer = 0; layer < kLayerCount; layer++)
+    for (int k = 0; k < 2; k++)
+      if (int* f = kLayerFlags[layer][k]; f && drop(layer)) *f = kept[layer][k];
   skyCounters(state, s, s.floorSeconds > 0 ? seconds / s.floorSeconds : 0.0);
+}
+
+void BM_FullSkyWithout(benchmark::State& state) {
+  const int without = (int)state.range(0);
+  timeSkyLayers(state, [&](int layer) { return layer == without; });
+}
+
+// The full-sky frame with only one of its layers: what that layer costs on its own, the frame's
+// clearing and its on-screen texts included.
+void BM_FullSkyOnly(benchmark::State& state) {
+  const int only = (int)state.range(0);
+  timeSkyLayers(state, [&](int layer) { return layer != only; });
 }
 
 }  // namespace
@@ -516,6 +534,8 @@ BENCHMARK(BM_SkyFloor)->Arg(kSkySet)->Unit(benchmark::kMillisecond)->MinTime(kMi
 BENCHMARK(BM_FullSkyFrame)->Arg(kSkySet)->Unit(benchmark::kMillisecond)->MinTime(kMinSeconds)->UseRealTime()->MeasureProcessCPUTime()
     ->Repetitions(kRepeats)->ReportAggregatesOnly(true);
 BENCHMARK(BM_FullSkyWithout)->DenseRange(kLayerMaps, kLayerGrids)->Unit(benchmark::kMillisecond)->MinTime(kMinSeconds)
+    ->UseRealTime()->MeasureProcessCPUTime()->Repetitions(kRepeats)->ReportAggregatesOnly(true);
+BENCHMARK(BM_FullSkyOnly)->DenseRange(kLayerMaps, kLayerStars)->Unit(benchmark::kMillisecond)->MinTime(kMinSeconds)
     ->UseRealTime()->MeasureProcessCPUTime()->Repetitions(kRepeats)->ReportAggregatesOnly(true);
 
 // The floor of the program's own start, run by scripts/bench_tool.sh as "tool_bench

@@ -145,6 +145,7 @@ awk -F, -v runs="$RUNS" -v drawn="$(median "${DRAWN[@]}")" -v dlo="$(lowest "${D
   /^"BM_SkyFloor/ { keep("floor"); points = get("points"); skyStars = get("stars"); next }
   /^"BM_FullSkyFrame/ { keep("sky"); w1 = get("weight1"); w2 = get("weight2"); fovy = get("fovy"); next }
   /^"BM_FullSkyWithout/ { split($1, a, "/"); keep("without" a[2]); next }
+  /^"BM_FullSkyOnly/ { split($1, a, "/"); keep("only" a[2]); next }
   END {
     wall["read"] = wall["stars"] + wall["maps"]
     cpu["read"] = cpu["stars"] + cpu["maps"]
@@ -161,4 +162,6 @@ awk -F, -v runs="$RUNS" -v drawn="$(median "${DRAWN[@]}")" -v dlo="$(lowest "${D
     split("maps,stars,constellations,grids", layer, ",")
     for (k = 0; k < 4; k++) if (("without" k) in wall)
       printf "| the same frame without the %s | %s | %s | %s | |\n", layer[k + 1], both("without" k), both("floor"), ratios("without" k, "floor")
+    for (k = 0; k < 2; k++) if (("only" k) in wall)
+      printf "| the same frame with the %s alone | %s | %s | %s | |\n", layer[k + 1], both("only" k), both("floor"), ratios("only" k, "floor")
   }' "$OUT"
