@@ -537,9 +537,12 @@ void myGLUICallback(int id) {
     case kIdDir:
       listDirectory();
       break;
-    case kIdOpen:
+    case kIdOpen: {
+      // The first view of the new model is set up in the picture's matrices, not the panel's.
+      WindowScope onMain(mainWindow);
       openFile(alignpath.c_str(), try_open_alignfile.c_str());
       break;
+    }
     case kIdFovy:
       if (!changeFovy()) return;
       break;
@@ -632,9 +635,11 @@ void myGLUICallback(int id) {
     case kIdExport:
       exportModel();
       break;
-    case kRecentListBase:
+    case kRecentListBase: {
+      WindowScope onMain(mainWindow);  // as for kIdOpen
       openRecentFile(recentListBoxID - kRecentListBase);
       break;
+    }
     case kTexListBase:
       // Choosing a map switches to single-map mode, the texture on.
       texChoice = kTexChoiceOne;

@@ -148,10 +148,15 @@ void askForFrame(testsupport::ProgramRun& run) {
   run.key("braceleft braceright");
 }
 
-void rightClick(testsupport::ProgramRun& run, Point at, int holdMs) {
-  run.xdo(moveTo(run.window(), at) + " mousedown 3");
+void click(testsupport::ProgramRun& run, int button, Point at, int holdMs) {
+  const std::string b = std::to_string(button);
+  run.xdo(moveTo(run.window(), at) + " mousedown " + b);
   testsupport::pauseMs(holdMs);
-  run.xdo("mouseup 3");
+  run.xdo("mouseup " + b);
+}
+
+void rightClick(testsupport::ProgramRun& run, Point at, int holdMs) {
+  click(run, 3, at, holdMs);
 }
 
 Centroid centroidOf(const Grab& g, const unsigned char rgb[3], int tolerance, int x0, int y0, int x1, int y1) {

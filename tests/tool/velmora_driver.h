@@ -2,6 +2,7 @@
 // modifier keys, right clicks, and where a colour lies in a grab.
 #pragma once
 
+#include <chrono>
 #include <initializer_list>
 #include <ostream>
 #include <string>
@@ -52,9 +53,10 @@ Grab grabStable(testsupport::ProgramRun& run, int maxMs = 10000, int firstPauseM
 template <typename Test>
 Grab grabUntil(testsupport::ProgramRun& run, Test test, int maxMs = 10000) {
   constexpr int kStepMs = 100;
-  for (int waited = 0;; waited += kStepMs) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(maxMs);
+  for (;;) {
     Grab g = grabStable(run, maxMs, 0);
-    if ((!g.empty() && test(g)) || waited >= maxMs) return g;
+    if ((!g.empty() && test(g)) || std::chrono::steady_clock::now() >= end) return g;
     testsupport::pauseMs(kStepMs);
   }
 }
@@ -79,6 +81,9 @@ void drag(testsupport::ProgramRun& run, int button, std::initializer_list<Point>
 // the mouse sensitivity, by a factor 1.1 down and up again.
 void askForFrame(testsupport::ProgramRun& run);
 
+// A click of the button (1 left, 3 right) at the window point, held holdMs milliseconds; the
+// pointer stays there.
+void click(testsupport::ProgramRun& run, int button, Point at, int holdMs = 150);
 // A click of the right button at the window point, held holdMs milliseconds.
 void rightClick(testsupport::ProgramRun& run, Point at, int holdMs = 150);
 
