@@ -48,7 +48,7 @@ constexpr int kCheckMarkTolerance = 40;
 constexpr int kControlRows = 15;
 // Columns of the panel, from its left edge, where one kind of control is found.
 constexpr int kTitleColumn = 175;       // title bars span the panel, left of the scroll bar
-constexpr int kCheckColumn = 12;        // the squares of the check boxes
+constexpr int kCheckColumn = 17;        // the squares of the check boxes
 constexpr int kCheckLeft = 8, kCheckRight = 28;  // a check box's square spans these columns
 constexpr int kButtonColumn = 30;       // buttons standing at the left (undo)
 constexpr int kFieldColumn = 81;        // the boxes of "Path:", "File:", "recent:" and "ObjFile:"
@@ -282,7 +282,8 @@ std::vector<std::vector<double>> vertices(const std::string& text) {
 
 // An export of the unmoved model holds the file's own vertices and says its unit and frame.
 void expectExportOfTheUnmovedModel(const std::string& exported, const std::string& source) {
-  EXPECT_NE(exported.find("# - unit in this model is k-parsec"), std::string::npos) << exported;
+  // The unit list starts at parsec; the source's own k-parsec comment is copied further down.
+  EXPECT_NE(exported.find("# - unit in this model is parsec\n"), std::string::npos) << exported;
   EXPECT_NE(exported.find("# - coordinate system is galactic"), std::string::npos) << exported;
   auto got = vertices(exported), want = vertices(source);
   ASSERT_EQ(got.size(), want.size());
