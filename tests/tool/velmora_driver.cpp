@@ -23,6 +23,9 @@ constexpr int kHoldMs = 100;
 constexpr int kStepMs = 120;
 // Time between two grabs while waiting for the picture to settle.
 constexpr int kSettleStepMs = 60;
+// The picture has settled when this many grabs in a row equal the one before: one pair of equal
+// grabs can both fall inside a frame that takes longer than a step on a loaded machine.
+constexpr int kEqualGrabsToSettle = 2;
 constexpr int kMaxColour = 255;
 
 std::string moveTo(const std::string& window, Point p) {
@@ -105,10 +108,12 @@ Grab grab(testsupport::ProgramRun& run) {
 Grab grabStable(testsupport::ProgramRun& run, int maxMs, int firstPauseMs) {
   testsupport::pauseMs(firstPauseMs);
   Grab last = grab(run);
+  int equalInARow = 0;
   for (int waited = 0; waited < maxMs; waited += kSettleStepMs) {
     testsupport::pauseMs(kSettleStepMs);
     Grab next = grab(run);
-    if (!next.empty() && next == last) return next;
+    equalInARow = !next.empty() && next == last ? equalInARow + 1 : 0;
+    if (equalInARow == kEqualGrabsToSettle) return next;
     last = std::move(next);
   }
   return last;

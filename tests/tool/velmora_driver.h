@@ -43,7 +43,7 @@ inline void PrintTo(const Grab& g, std::ostream* os) {
 // One grab of the window now, with ImageMagick's import. Prints nothing; never exits.
 Grab grab(testsupport::ProgramRun& run);
 
-// Grabs until two grabs in a row are equal, that is until the frames asked for by the last events
+// Grabs until three grabs in a row are equal, that is until the frames asked for by the last events
 // are drawn, and returns the last one. Gives up after maxMs milliseconds and returns the last grab
 // then. firstPauseMs lets the program see the events sent just before.
 Grab grabStable(testsupport::ProgramRun& run, int maxMs = 10000, int firstPauseMs = 150);
