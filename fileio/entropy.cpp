@@ -208,8 +208,15 @@ void ReadDeflateZip(FILE* stream, unsigned char** data, int* size) {
       // Reading the stated size would go past the end of the 65536-byte buffer.
       chunkError("invalid compressed data--format violated");
     }
+    // An offset at or past the file's end is refused without seeking there: the stream's
+    // position is what ExpandToFile counts, and an offset such as 0x7fffffff would carry it
+    // past what an int holds. Such a chunk delivers nothing, as any undecodable chunk.
+    if (offsets[i] >= static_cast<unsigned>(fileSize)) {
+      chunkError("invalid compressed data--format violated");
+      continue;
+    }
     int got = 0;
-    // An offset outside the file reads nothing (or the short rest of the file) and the chunk
+    // An offset inside the file but too near its end reads the short rest, and the chunk
     // fails to inflate, instead of inflating stale buffer contents.
     if (fseek(stream, static_cast<long>(offsets[i]), SEEK_SET) == 0) {
       got = static_cast<int>(fread(inbuf, 1, static_cast<size_t>(want), stream));
@@ -272,8 +279,12 @@ int ExpandToFile(FILE* in, FILE* out) {
     cp_fwrite(data + done, 1, static_cast<unsigned>(n), out);
   }
   ptrEZFree(data);
-  // The extra 1 is part of the result as it always was; nobody looks at it.
-  return static_cast<int>(ftell(in) - start) + 1;
+  // The extra 1 is part of the result as it always was; nobody looks at it. Counted wide and
+  // kept within an int, whatever position the stream was left at.
+  long long consumed = static_cast<long long>(ftell(in)) - start + 1;
+  if (consumed > INT_MAX) consumed = INT_MAX;
+  if (consumed < 0) consumed = 0;
+  return static_cast<int>(consumed);
 }
 
 int PackFromFile(FILE* out, FILE* in) {

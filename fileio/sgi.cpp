@@ -30,6 +30,63 @@ void ConvertLong(unsigned int* array, long length) {
   }
 }
 
+namespace {
+
+// The header area of an SGI file; tables or pixels start behind it.
+constexpr long kSGIHeaderBytes = 512;
+
+// How much shorter than its pixels a texture file may be and still be read. A file cut a
+// little short is read as far as it goes, its tail unread (the lenient way these readers
+// have always had); a header that claims far more than the file holds is refused before
+// anything is allocated for it, so that a few bytes can't ask for gigabytes.
+constexpr long long kShortfallAllowance = 1LL << 20;
+
+// Length of the stream in bytes, the position kept; -1 if it can't be learned.
+long long streamLength(FILE* f) {
+  long here = ftell(f);
+  if (here < 0 || fseek(f, 0, SEEK_END) != 0) return -1;
+  long end = ftell(f);
+  if (fseek(f, here, SEEK_SET) != 0) return -1;
+  return end;
+}
+
+// A run-length packet of two bytes (a count and a value) gives at most 127 samples: no row
+// expands more than that, however its packets are laid out.
+constexpr long long kRunSamples = 127;
+constexpr long long kRunPacketBytes = 2;
+
+// The SGI header against the file's length. A verbatim file must hold its planes, give or take
+// the allowance. A run-length file must hold its row tables whole, as no row can be found
+// without them, and behind them enough packet bytes for its samples, give or take the
+// allowance. Prints one line on standard error and returns false for a file that can't.
+bool sgiSizeFits(const char* name, FILE* f, const ImageRec* image) {
+  long long length = streamLength(f);
+  long long rows = static_cast<long long>(image->ysize) * image->zsize;
+  long long samples = rows * image->xsize;
+  if ((image->type & 0xFF00) == 0x0100) {
+    long long tableEnd = kSGIHeaderBytes + 2 * static_cast<long long>(sizeof(unsigned int)) * rows;
+    if (length < 0 || tableEnd > length) {
+      fprintf(stderr, "ImageOpen : Row tables of %u x %u entries are larger than the file [%s]!\n",
+              unsigned{image->ysize}, unsigned{image->zsize}, name);
+      return false;
+    }
+    if (samples > (length - tableEnd) / kRunPacketBytes * kRunSamples + kShortfallAllowance) {
+      fprintf(stderr, "ImageOpen : Size %u x %u x %u is larger than the file [%s]!\n", unsigned{image->xsize},
+              unsigned{image->ysize}, unsigned{image->zsize}, name);
+      return false;
+    }
+    return true;
+  }
+  if (length < 0 || kSGIHeaderBytes + samples > length + kShortfallAllowance) {
+    fprintf(stderr, "ImageOpen : Size %u x %u x %u is larger than the file [%s]!\n", unsigned{image->xsize},
+            unsigned{image->ysize}, unsigned{image->zsize}, name);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
 void ImageClose(ImageRec* image) {
   if (!image) return;
   if (image->file) fclose(image->file);
@@ -64,6 +121,10 @@ ImageRec* ImageOpen(const char* name) {
   image->xsize = head[3];
   image->ysize = head[4];
   image->zsize = head[5];
+  if (!sgiSizeFits(name, image->file, image)) {
+    ImageClose(image);
+    return nullptr;
+  }
   size_t rowBytes = static_cast<size_t>(image->xsize) * 256;
   image->tmp = static_cast<unsigned char*>(malloc(rowBytes + 1));
   image->tmpR = static_cast<unsigned char*>(malloc(rowBytes + 1));
@@ -82,10 +143,10 @@ ImageRec* ImageOpen(const char* name) {
       ImageClose(image);
       return nullptr;
     }
-    image->rleEnd = 512 + 2 * x;
+    image->rleEnd = kSGIHeaderBytes + 2 * x;
     // Tables cut short by the file's end are refused, so that no unread entry is used.
-    if (fseek(image->file, 512, SEEK_SET) != 0 || fread(image->rowStart, 1, x, image->file) != x ||
-        fread(image->rowSize, 1, x, image->file) != x) {
+    if (fseek(image->file, kSGIHeaderBytes, SEEK_SET) != 0 ||
+        fread(image->rowStart, 1, x, image->file) != x || fread(image->rowSize, 1, x, image->file) != x) {
       ImageClose(image);
       return nullptr;
     }
@@ -130,8 +191,8 @@ void ImageGetRow(ImageRec* image, unsigned char* buffer, int y, int z) {
       }
     }
   } else {
-    long offset =
-        512 + static_cast<long>(y) * image->xsize + static_cast<long>(z) * image->xsize * image->ysize;
+    long offset = kSGIHeaderBytes + static_cast<long>(y) * image->xsize +
+                  static_cast<long>(z) * image->xsize * image->ysize;
     if (fseek(image->file, offset, SEEK_SET) != 0) return;
     size_t got = fread(buffer, 1, image->xsize, image->file);
     (void)got;  // a short read isn't noticed: the row's tail keeps what it held
@@ -219,8 +280,9 @@ unsigned char* readSGIImage(const char* name, int* width, int* height, int* chan
     ImageClose(image);
     return nullptr;
   }
-  int stride = (perPixel ? perPixel : zs) * xs;
-  size_t total = static_cast<size_t>(stride) * ys;
+  // Sizes in size_t: zsize times xsize alone can pass what an int holds.
+  size_t stride = static_cast<size_t>(perPixel ? perPixel : zs) * static_cast<size_t>(xs);
+  size_t total = stride * static_cast<size_t>(ys);
   unsigned char* base = static_cast<unsigned char*>(ptrSGIMalloc(total ? total : 1));
   unsigned char* rbuf = static_cast<unsigned char*>(calloc(xs + 1, 1));
   unsigned char* gbuf = static_cast<unsigned char*>(calloc(xs + 1, 1));
@@ -327,7 +389,21 @@ unsigned char* read_pnm_tobuf(const char* name, int* width, int* height, int* ch
   // Negative sizes, and sizes whose byte count overflows an int, are refused: their count
   // would wrap and that much would be read into the buffer.
   long long bytes = static_cast<long long>(*width) * *height * comps;
-  if (*width < 0 || *height < 0 || bytes > INT_MAX) {
+  if (*width < 0 || *height < 0) {
+    fclose(fp);
+    return nullptr;
+  }
+  // Pixels the rest of the file can't hold, give or take the allowance, are refused with a
+  // message before any buffer is taken for them.
+  long long here = ftell(fp);
+  long long length = streamLength(fp);
+  if (here < 0 || length < 0 || bytes > length - here + kShortfallAllowance) {
+    fprintf(stderr, "read_pnm : Size %d x %d x %d is larger than the file [%s]!\n", *width, *height, comps,
+            name);
+    fclose(fp);
+    return nullptr;
+  }
+  if (bytes > INT_MAX) {
     fclose(fp);
     return nullptr;
   }
@@ -337,9 +413,10 @@ unsigned char* read_pnm_tobuf(const char* name, int* width, int* height, int* ch
     fclose(fp);
     return nullptr;
   }
-  // A short read isn't noticed: the buffer's tail keeps whatever it held.
+  // A short read isn't reported; the pixels the file lacks are black rather than whatever the
+  // buffer held, so that a file cut short always gives the same picture.
   size_t got = fread(buf, 1, static_cast<size_t>(bytes), fp);
-  (void)got;
+  if (got < static_cast<size_t>(bytes)) memset(buf + got, 0, static_cast<size_t>(bytes) - got);
   fclose(fp);
   return buf;
 }

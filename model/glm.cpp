@@ -72,15 +72,19 @@ _GLMgroup* glmFindGroup(_GLMmodel* model, const char* name) {
   return nullptr;
 }
 
-_GLMgroup* glmAddGroup(_GLMmodel* model, const char* name) {
-  _GLMgroup* group = glmFindGroup(model, name);
-  if (group) return group;
-  group = static_cast<_GLMgroup*>(glm_detail::zallocOrDie(sizeof(_GLMgroup)));
+_GLMgroup* glm_detail::pushNewGroup(_GLMmodel* model, const char* name) {
+  _GLMgroup* group = static_cast<_GLMgroup*>(glm_detail::zallocOrDie(sizeof(_GLMgroup)));
   group->name = glmStrDup(name);
   group->next = model->groups;
   model->groups = group;
   model->numgroups++;
   return group;
+}
+
+_GLMgroup* glmAddGroup(_GLMmodel* model, const char* name) {
+  _GLMgroup* group = glmFindGroup(model, name);
+  if (group) return group;
+  return glm_detail::pushNewGroup(model, name);
 }
 
 unsigned int glmFindMaterial(_GLMmodel* model, const char* name) {

@@ -12,6 +12,10 @@ namespace glm_detail {
 void* allocOrDie(size_t bytes, bool quiet = false);
 // A zero-filled block from allocOrDie.
 void* zallocOrDie(size_t bytes, bool quiet = false);
+// Makes a group of that name with all counts and pointers zero, pushes it on the head of the
+// model's groups and raises numgroups, without looking for one of the same name first: for a
+// caller that has looked already. Returns the group, which the model owns.
+_GLMgroup* pushNewGroup(_GLMmodel* model, const char* name);
 // Sets every field of a material to its default.
 void setMaterialDefaults(_GLMmaterial* material);
 

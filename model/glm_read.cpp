@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <unordered_map>
 
 #include "fileio/entropy.h"
@@ -22,6 +23,25 @@ constexpr int kLine = 512;  // lines of the MTL text
 // that would overflow instead of writing past its end.
 std::unordered_map<_GLMgroup*, unsigned int> groupCapacity;
 
+// The model's groups by name, for the `g` lines of both passes. The list alone would be walked
+// once a line, which makes a file of many groups quadratic. Where two groups share a name the
+// one nearer the list's head is indexed, the one glmFindGroup finds.
+std::unordered_map<std::string, _GLMgroup*> groupIndex;
+
+void indexGroups(_GLMmodel* model) {
+  groupIndex.clear();
+  for (_GLMgroup* g = model->groups; g; g = g->next) groupIndex.emplace(g->name, g);
+}
+
+// The group of that name, made and indexed if the model has none: glmAddGroup's result.
+_GLMgroup* addGroupIndexed(_GLMmodel* model, const char* name) {
+  auto it = groupIndex.find(name);
+  if (it != groupIndex.end()) return it->second;
+  _GLMgroup* group = glm_detail::pushNewGroup(model, name);
+  groupIndex.emplace(name, group);
+  return group;
+}
+
 // What the second pass found wrong, for the reader's message.
 char faultText[kLine];
 bool faulty = false;
@@ -34,6 +54,15 @@ void fault(const char* text) {
 
 void skipLine(FILE* file, char* buf, int size) {
   if (!fgets(buf, size, file)) buf[0] = '\0';
+}
+
+// Consumes the stream up to and including the next newline, however far it is. A comment is
+// passed over whole this way: read in stretches of a buffer, its tail would come back as
+// words ("vertices", "by") and be taken for keywords.
+void skipWholeLine(FILE* file) {
+  int c;
+  while ((c = getc(file)) != EOF && c != '\n') {
+  }
 }
 
 // Reads the rest of the line (at most 127 characters) as a group name, dropping its last
@@ -166,11 +195,15 @@ bool cornerInRange(_GLMmodel* model, FaceForm form, const Corner& c, unsigned in
 
 void glmFirstPass(_GLMmodel* model, FILE* file) {
   char buf[kWord];
-  _GLMgroup* group = glmAddGroup(model, "default");
+  indexGroups(model);
+  _GLMgroup* group = addGroupIndexed(model, "default");
   unsigned int numvertices = 0, numnormals = 0, numtexcoords = 0, numtriangles = 0;
 
   while (fscanf(file, "%127s", buf) == 1) {
     switch (buf[0]) {
+      case '#':
+        skipWholeLine(file);
+        break;
       case 'v':
         switch (buf[1]) {
           case '\0':
@@ -198,7 +231,7 @@ void glmFirstPass(_GLMmodel* model, FILE* file) {
       }
       case 'g':
         readGroupName(file, buf);
-        group = glmAddGroup(model, buf);
+        group = addGroupIndexed(model, buf);
         break;
       case 'f': {
         unsigned int n = 0;
@@ -218,6 +251,7 @@ void glmFirstPass(_GLMmodel* model, FILE* file) {
   model->numtexcoords = numtexcoords;
   model->numtriangles = numtriangles;
 
+  groupIndex.clear();
   groupCapacity.clear();
   for (_GLMgroup* g = model->groups; g; g = g->next) {
     if (g->triangles) ptrFree(g->triangles);
@@ -234,6 +268,7 @@ int glmSecondPass(_GLMmodel* model, FILE* file) {
   _GLMgroup* group = model->groups;
   faulty = false;
   faultText[0] = '\0';
+  indexGroups(model);
 
   // Stores up to three floats into slot `index` of `array`, or reads them into scratch when the
   // second pass finds more elements than the first one counted (a damaged file).
@@ -253,6 +288,9 @@ int glmSecondPass(_GLMmodel* model, FILE* file) {
 
   while (fscanf(file, "%127s", buf) == 1) {
     switch (buf[0]) {
+      case '#':
+        skipWholeLine(file);
+        break;
       case 'v':
         switch (buf[1]) {
           case '\0':
@@ -278,8 +316,7 @@ int glmSecondPass(_GLMmodel* model, FILE* file) {
       }
       case 'g': {
         readGroupName(file, buf);
-        _GLMgroup* found = glmFindGroup(model, buf);
-        group = found ? found : glmAddGroup(model, buf);
+        group = addGroupIndexed(model, buf);
         group->material = material;
         break;
       }
@@ -308,6 +345,7 @@ int glmSecondPass(_GLMmodel* model, FILE* file) {
         break;
     }
   }
+  groupIndex.clear();
   groupCapacity.clear();
   return faulty ? 0 : 1;
 }
@@ -329,6 +367,10 @@ void glmReadMTL(_GLMmodel* model, const char* name) {
   char line[kLine];
   unsigned int count = 1;
   while (fscanf(file, "%127s", buf) == 1) {
+    if (buf[0] == '#') {
+      skipWholeLine(file);
+      continue;
+    }
     if (buf[0] == 'n') count++;
     skipLine(file, line, kLine);
   }
@@ -351,6 +393,9 @@ void glmReadMTL(_GLMmodel* model, const char* name) {
 
   while (fscanf(file, "%127s", buf) == 1) {
     switch (buf[0]) {
+      case '#':
+        skipWholeLine(file);
+        break;
       case 'n': {
         // the rest of the line in one read, long enough for a 511-character name
         char nameLine[4 * kLine], word[kLine];

@@ -546,10 +546,11 @@ TEST(TexturePNM, DamagedSizesAreRefused) {
   }
 }
 
-TEST(TexturePNM, ShortReadIsNotNoticed) {
+TEST(TexturePNM, AShortReadLeavesTheMissingPixelsBlack) {
   TempDir dir;
   int w = 0, h = 0, c = 0;
-  // Pixels cut short: the bytes that are there arrive, and the buffer's tail keeps what it held.
+  // Pixels cut short: the bytes that are there arrive, the pixels missing are black, and the
+  // caller's buffer behind the image is not touched.
   writeFile(dir.file("s.ppm"), "P6\n2 2\n255\nabcde");
   unsigned char buf[14];
   memset(buf, '-', sizeof buf);
@@ -557,23 +558,25 @@ TEST(TexturePNM, ShortReadIsNotNoticed) {
   EXPECT_EQ(w, 2);
   EXPECT_EQ(h, 2);
   EXPECT_EQ(c, 3);
-  EXPECT_EQ(bytes(buf, 14), "abcde---------");
+  EXPECT_EQ(bytes(buf, 14), std::string("abcde") + std::string(7, '\0') + "--");
   unsigned char* px = read_pnm(dir.file("s.ppm").c_str(), &w, &h, &c);
   ASSERT_NE(px, nullptr);
   EXPECT_EQ(bytes(px, 5), "abcde");
   free(px);
-  // A header promising far more than the file holds reads the same way.
+  // A header promising far more than the file holds, but less than the allowance, reads the same way.
   writeFile(dir.file("b.ppm"), "P6\n100 100\n255\nabc");
   px = read_pnm(dir.file("b.ppm").c_str(), &w, &h, &c);
   ASSERT_NE(px, nullptr);
   EXPECT_EQ(w, 100);
   EXPECT_EQ(bytes(px, 3), "abc");
+  EXPECT_EQ(bytes(px + 3, 4), std::string(4, '\0'));
+  EXPECT_EQ(bytes(px + 100 * 100 * 3 - 4, 4), std::string(4, '\0'));
   free(px);
-  // No maximum line and no pixels: nothing is read into the caller's buffer.
+  // No maximum line and no pixels: the one pixel is black.
   writeFile(dir.file("n.ppm"), "P6\n1 1\n");
   memset(buf, '-', sizeof buf);
   EXPECT_EQ(read_pnm_tobuf(dir.file("n.ppm").c_str(), &w, &h, &c, buf), buf);
-  EXPECT_EQ(bytes(buf, 3), "---");
+  EXPECT_EQ(bytes(buf, 4), std::string(3, '\0') + "-");
   // An image of no pixels is an empty buffer, not a failure.
   writeFile(dir.file("z.pgm"), "P5\n0 3\n255\n");
   px = read_pnm(dir.file("z.pgm").c_str(), &w, &h, &c);

@@ -4,6 +4,7 @@
 #include <GL/gl.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -174,21 +175,39 @@ TEST_F(TexFileGL, GreyMapIsUploadedAsRGB) {
 }
 
 TEST_F(TexFileGL, DamagedImagesBindWithoutHarm) {
-  // A header that promises no pixels, and a file cut short: neither may bring the upload down.
+  // A header that promises no pixels, and a file cut a little short: neither may bring the upload
+  // down, and the pixels the file lacks are black.
   writeFile(dir.file("empty.ppm"), "P6\n0 0\n255\n");
-  writeFile(dir.file("short.ppm"), "P6\n1000 500\n255\nabc");
+  writeFile(dir.file("short.ppm"), "P6\n500 300\n255\nabc");
   writeFile(dir.file("list"), "empty.ppm\nshort.ppm\n");
   int n, slider, status;
   TexObj* objs = readTexObjs(dir.file("list").c_str(), &n, &slider, &status);
   ASSERT_NE(objs, nullptr);
   ASSERT_EQ(n, 2);
+  EXPECT_EQ(memcmp(objs[1].image, "abc", 3), 0);
+  EXPECT_EQ(std::count(objs[1].image + 3, objs[1].image + 500 * 300 * 3, 0), 500 * 300 * 3 - 3);
   CaptureStderr();
   int result = bindTexObjs(objs, n);
   std::string err = GetCapturedStderr();
   EXPECT_EQ(result, 1) << err;
-  EXPECT_EQ(objs[1].width, 1024);
-  EXPECT_EQ(levelParameter(objs[1].texId, 0, GL_TEXTURE_WIDTH), 1024);
+  EXPECT_EQ(objs[1].width, 512);
+  EXPECT_EQ(levelParameter(objs[1].texId, 0, GL_TEXTURE_WIDTH), 512);
+  EXPECT_EQ(levelParameter(objs[1].texId, 0, GL_TEXTURE_HEIGHT), 256);
   freeTexObjs(objs, n);
+}
+
+TEST_F(TexFileGL, AHeaderFarBeyondTheFileFailsTheListBeforeAnyUpload) {
+  // 1000 x 500 pixels need 1.5 MB; three bytes are far too few, and nothing is allocated for them.
+  writeFile(dir.file("claims.ppm"), "P6\n1000 500\n255\nabc");
+  writeFile(dir.file("list"), "claims.ppm\n");
+  int n = -1, slider = -1, status = -1;
+  CaptureStderr();
+  TexObj* objs = readTexObjs(dir.file("list").c_str(), &n, &slider, &status);
+  const std::string err = GetCapturedStderr();
+  EXPECT_EQ(objs, nullptr);
+  // The name as given isn't found from here; the one in the list's directory is, and refused.
+  EXPECT_EQ(err, "read_pnm : Size 1000 x 500 x 3 is larger than the file [" + dir.file("claims.ppm") + "]!\n"
+                 "\nErr (readTextureListFile) : reading [claims.ppm] or [" + dir.file("claims.ppm") + "]\n");
 }
 
 TEST_F(TexFileGL, RealMapsLoadAndBind) {
