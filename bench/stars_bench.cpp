@@ -1,11 +1,16 @@
-// Reading and sorting a 120,000-star .star file, plain and EZ-packed.
+// Reading and sorting a 120,000-star .star file, plain and EZ-packed; and the sort of 160,000
+// stars already in distance order against the same stars shuffled, with their ratio.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "fileio/entropy.h"
 #include "stars/star.h"
@@ -102,9 +107,73 @@ void BM_SortOnly(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * n);
 }
 
+// 160,000 stars with distances rounded as a catalogue has them (ties included), either in
+// distance order, nearest first, as a catalogue written out by this program is, or shuffled.
+constexpr int kOrderedStars = 160000;
+
+std::vector<NODE_StarObject> orderedStars(bool shuffled) {
+  std::mt19937 rng(11);
+  std::uniform_real_distribution<double> logDist(16.0, 19.5);
+  std::vector<NODE_StarObject> st(kOrderedStars);
+  for (NODE_StarObject& s : st) {
+    s = NODE_StarObject{};
+    s.pos.x = 1;
+    s.pos.s = std::round(logDist(rng) * 1e4) / 1e4;
+  }
+  std::sort(st.begin(), st.end(),
+            [](const NODE_StarObject& a, const NODE_StarObject& b) { return a.pos.s < b.pos.s; });
+  if (shuffled) std::shuffle(st.begin(), st.end(), rng);
+  return st;
+}
+
+// Seconds of one sortStarObjs of a copy of the stars.
+double sortSeconds(StarList& list, const std::vector<NODE_StarObject>& base) {
+  int n = static_cast<int>(base.size());
+  NODE_StarObject* copy = (NODE_StarObject*)malloc(sizeof(NODE_StarObject) * n);
+  std::copy(base.begin(), base.end(), copy);
+  auto t0 = std::chrono::steady_clock::now();
+  list.sortStarObjs(&copy, n);
+  auto t1 = std::chrono::steady_clock::now();
+  benchmark::DoNotOptimize(copy[0].pos.s);
+  free(copy);
+  return std::chrono::duration<double>(t1 - t0).count();
+}
+
+void sortOrderedOrShuffled(benchmark::State& state, bool shuffled) {
+  StarList list;
+  std::vector<NODE_StarObject> base = orderedStars(shuffled);
+  for (auto _ : state) state.SetIterationTime(sortSeconds(list, base));
+  state.SetItemsProcessed(state.iterations() * kOrderedStars);
+}
+
+void BM_SortInDistanceOrder(benchmark::State& state) {
+  sortOrderedOrShuffled(state, false);
+}
+void BM_SortShuffled(benchmark::State& state) {
+  sortOrderedOrShuffled(state, true);
+}
+
+// Both in turn; the counter "ordered/shuffled" is the ratio of their times, near 1 where the
+// order of the input doesn't matter (it was about 170 when ordered input was quadratic).
+void BM_SortOrderedOverShuffled(benchmark::State& state) {
+  StarList list;
+  std::vector<NODE_StarObject> ordered = orderedStars(false), shuffled = orderedStars(true);
+  double tOrdered = 0, tShuffled = 0;
+  for (auto _ : state) {
+    double a = sortSeconds(list, ordered), b = sortSeconds(list, shuffled);
+    tOrdered += a;
+    tShuffled += b;
+    state.SetIterationTime(a + b);
+  }
+  state.counters["ordered/shuffled"] = tShuffled > 0 ? tOrdered / tShuffled : 0;
+}
+
 }  // namespace
 
 BENCHMARK(BM_ReadSortPlain)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ReadSortEZ)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_SortOnly)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SortInDistanceOrder)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SortShuffled)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SortOrderedOverShuffled)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK_MAIN();

@@ -14,6 +14,9 @@ constexpr double kMetresPerLightYear = 9.461e15;
 // mantissa and a power of ten: 3.0856776 x 10^16 m.
 constexpr double kParsecMantissa = 3.0856776;
 constexpr int kParsecPower = 16;
+// The astronomical unit as the planet tables' orbit sizes are turned into metres: the round
+// 1.49 x 10^11 m, which fixes where every orbit is drawn.
+constexpr double kMetresPerAstronomicalUnit = 1.49e11;
 // A Julian year in seconds.
 constexpr double kSecondsPerJulianYear = 3.15576e7;
 // One astronomical unit per Julian year in km/s: the tangential speed of a star at one

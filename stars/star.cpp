@@ -14,6 +14,7 @@
 #include "fileio/common.h"
 #include "fileio/sgi.h"
 #include "stars/fft.h"
+#include "stars/mst.h"
 
 // ---------------------------------------------------------------------------------------------
 // Construction and parameters
@@ -26,6 +27,8 @@ StarList::StarList() {
 StarList::~StarList() {
   freeConstellations();
   freeBuckets();
+  freeExtrasolarPlanets();
+  if (mstEdges) freeFunc(mstEdges);
   if (stars) freeStarset();
   freeColorMapPtr(bvColorMap, freeFunc);
   freeSpColorMapPtr(spColorMap, freeFunc);
@@ -36,7 +39,9 @@ void StarList::init() {
   freeFunc = free;
   setAllocFunc_SGI(allocFunc, freeFunc);
   setAllocFunc_fft(allocFunc, freeFunc);
-  // The spanning-tree unit takes the same pair once it exists.
+  setAllocFunc_MST(allocFunc, freeFunc);
+  mstEdges = nullptr;
+  mstNumPoints = 0;
 
   stars = nullptr;
   numStars = 0;

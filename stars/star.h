@@ -65,6 +65,9 @@ struct NODE_ExtrasolarPlanet {
 
 // Writes "Planet %d", the star's HD number if it has a star, and the orbit.
 void printPlanet(NODE_ExtrasolarPlanet* planet, FILE* fp);
+// An orbit of semi-major axis a as a line loop of 36 points in the y-z plane, the major axis along
+// y and the star (the model-view origin) at a focus. Needs a GL context; prints nothing.
+void drawOrbit(double a, double minorRatio, double eccentricity);
 
 constexpr int _NO_COLOR_MAP = 0;
 constexpr int _USE_BV_COLOR_MAP = 1;
@@ -338,6 +341,60 @@ class StarList {
   int setConstellationStipple(int line, int bound);
   int setLabelScale(float inLabelScale);
 
+  // --- extrasolar planets (planet.cpp, planet_draw.cpp) ------------------------------------
+  // Reads the fixed-column planet table file (through fopenEZ) into planets and binds each planet
+  // to the first catalogue star of its HD number or, case-free, of its common name; a planet whose
+  // star the catalogue lacks is kept with star null. Orbits are oriented from a random sequence
+  // seeded with srand(2002), so every load gives the same ones. Keeps the name in
+  // param.extrasolarPlanetFile. 1, or -1 after a message on standard error ("ERR : reading [...]",
+  // "Err(StarList::loadExtrasolarPlanets): ..."); on -1 the planets, the stars' planet lists and
+  // the file name are as they were. Never exits. Every array comes from allocFunc; the arrays of
+  // an earlier table stay alive (copies of star records may still point into them) until
+  // freeExtrasolarPlanets.
+  int loadExtrasolarPlanets(const char* file);
+  // Gives back the planet array, every star's list of planets (clearing nPlanets) and the arrays
+  // of earlier tables; copies of star records taken before then must not follow their planets.
+  // Safe to call again; the destructor calls it.
+  void freeExtrasolarPlanets();
+  int getNumExtrasolarPlanet();
+  // The i-th planet, owned by the list; null if there are none or i is out of range.
+  NODE_ExtrasolarPlanet* getExtrasolarPlanet(int i);
+  // The orbits, each as an ellipse of its true angular size times extrasolarPlanetOrbitScale
+  // around its star, seen from the camera of the current model-view matrix (translation in units
+  // of 10^logScale metres), in the current colour. labelType 1 adds the star's common name, 2 its
+  // HD number, each with its constellation; any other value no label. A planet without a star is
+  // passed over. A bad index or a null record prints "Err (drawPlanetOfStar): ..." or
+  // "Err (drawPlanet): ..." on standard error. They leave GL_LIGHTING and GL_TEXTURE_2D on.
+  void drawPlanetOfStar(int starID, double logScale, int labelType);
+  void drawPlanetOfStar(const NODE_StarObject* star, double logScale, int labelType);
+  void drawPlanet(int planetID, double logScale, int labelType);
+  void drawPlanet(const NODE_ExtrasolarPlanet* planet, double logScale, int labelType);
+  void drawAllPlanets(double logScale, int labelType);
+  void drawPlanetActual(const NODE_ExtrasolarPlanet* planet, double logScale, int labelType);
+
+  // --- velocity trails and spanning tree (star_trail.cpp) ---------------------------------
+  // A line for each selected star (z, spectral and magnitude ranges as switched on; only the star
+  // of HD number onlyHD unless that is -1) from where it stands back along its motion over years,
+  // bright at the star and fading into the past, placed around the camera of the current
+  // model-view matrix (translation in units of 10^logScale metres). With showError, and star-at
+  // year unlike dataset year, a cross of red, green and blue arms for the error of the velocity
+  // over that span times errorScale. Needs a GL context; prints nothing. The magnitude range reads
+  // curVMag of the last drawStars.
+  void drawVelocityTrail(double logScale, double years, int showError, double errorScale, int onlyHD);
+  // The minimum spanning tree of all stars (the Sun too if it is in), replacing an earlier one in
+  // mstEdges; with saveFile not null it is also written there. 1 if a tree came back (a file that
+  // can't be written reports on standard error and still gives 1); -1 with fewer than two stars,
+  // or after "Err: StarList::buildMST : Can't allocate memory.\n". Never exits.
+  int buildMST(char* saveFile);
+  // Reads a tree file into mstEdges, giving an earlier tree back. 1; or -1 after the reader's
+  // message, mstEdges as it was; or -1 after "Err (loadMST): number of points in [...] does not
+  // match the number points I have.\n", mstEdges null. Never exits.
+  int loadMST(const char* file);
+  // The tree's edges, at the positions of the stars in the current model-view (relative to its
+  // origin, not to the camera), fading out between 1 and 1000 view units; edges with an end
+  // farther are left out. The int has no effect. Needs a GL context; prints nothing.
+  void drawMST(double logScale, int ignored);
+
   // --- labels and picking (star_pick.cpp) --------------------------------------------------
   // GL selection of the stars under window position x, y (pixels from the top-left) in a square
   // of 5 x size pixels; viewport is 4 ints or null for the current one. Returns the hit count
@@ -418,7 +475,16 @@ class StarList {
   double sphwarpAngleFrm, sphwarpAngleTo;
   double (*sphwarpEqFunc)(double, double, double);
 
+  // Spanning tree: numStars - 1 edges of two star indices each, from allocFunc; null when there
+  // is none.
+  int* mstEdges = nullptr;
+  // The number of stars the tree in mstEdges was made for; it is drawn only while that holds.
+  int mstNumPoints = 0;
+
   // Planets bound to the stars.
   NODE_ExtrasolarPlanet* planets;
   int numPlanets;
+  // Arrays of tables loaded over, kept until freeExtrasolarPlanets: a chain of blocks, each
+  // {next, count, block...}.
+  void** retiredPlanetBlocks = nullptr;
 };

@@ -108,13 +108,10 @@ int applyConstellationParameter(StarList& s, const StarParameter& p) {
 }
 
 int applyPlanetParameter(StarList& s, const StarParameter& p) {
-  if (!sameText(p.extrasolarPlanetFile, s.param.extrasolarPlanetFile) && p.extrasolarPlanetFile[0]) {
-    // SEAM: planets. The planet table has no loader in this library yet, so a file naming one
-    // can't be honoured: it is refused like a table that fails to load, and the work stops here.
-    fprintf(stderr, "Err(StarList::setStarParameter): no extrasolar planet support to load [%s]\n",
-            p.extrasolarPlanetFile);
+  // A table that fails to load has said why and is left out; the work stops here.
+  if (!sameText(p.extrasolarPlanetFile, s.param.extrasolarPlanetFile) && p.extrasolarPlanetFile[0] &&
+      s.loadExtrasolarPlanets(p.extrasolarPlanetFile) == -1)
     return -1;
-  }
   if (p.extrasolarPlanetOrbitScale != s.param.extrasolarPlanetOrbitScale &&
       s.setExtrasolarPlanetOrbitScale(p.extrasolarPlanetOrbitScale) == -1)
     return -1;

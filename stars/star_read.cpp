@@ -1,5 +1,5 @@
-// The .star reader: a header reader, a line parser and one reporter; sorting the records by
-// distance and merging files into one catalogue; the line functions of the star engine's readers.
+// The .star reader: a header reader, a line parser and one reporter; merging the sorted files
+// into one catalogue; the line functions of the star engine's readers.
 #include "stars/star.h"
 
 #include <cctype>
@@ -7,7 +7,6 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
-#include <utility>
 
 #include "fileio/common.h"
 #include "fileio/entropy.h"
@@ -336,52 +335,7 @@ int StarList::readStarFile(char* name, int inWithSun, bool quiet) {
 }
 
 // ---------------------------------------------------------------------------------------------
-// Sorting and merging
-
-void StarList::sortStarObjs(NODE_StarObject** array, int n) {
-  size_t slots = n > 0 ? (size_t)n : 1;
-  int* index = (int*)allocFunc(sizeof(int) * slots);
-  NODE_StarObject* out = (NODE_StarObject*)allocFunc(sizeof(NODE_StarObject) * slots);
-  if (!index || !out) {
-    fprintf(stderr, "Error allocating memory to outObj (sortStarObj)\n");
-    exit(1);
-  }
-  for (int i = 0; i < n; i++) index[i] = i;
-  quickSortByIndex(&index, *array, 0, n - 1);
-  // The index is descending by distance: copied in reverse, the array is nearest first.
-  for (int i = 0; i < n; i++) out[i] = (*array)[index[n - 1 - i]];
-  freeFunc(index);
-  freeFunc(*array);
-  *array = out;
-}
-
-void StarList::quickSortByIndex(int** index, NODE_StarObject* st, int left, int right) {
-  int* idx = *index;
-  auto key = [&](int i) { return st[idx[i]].pos.s; };
-  // The two ranges of a partition are independent; the smaller one is sorted by recursion and
-  // the larger one by the loop, so that the stack stays shallow on any input.
-  while (left < right) {
-    if (key(right) > key(left)) std::swap(idx[left], idx[right]);
-    double pivot = key(left);
-    int i = left, j = right + 1;
-    for (;;) {
-      do i++;
-      while (i <= right && key(i) > pivot);
-      do j--;
-      while (j >= left && key(j) < pivot);
-      if (i >= j) break;
-      std::swap(idx[i], idx[j]);
-    }
-    std::swap(idx[left], idx[j]);
-    if (j - left < right - j) {
-      quickSortByIndex(index, st, left, j - 1);
-      left = j + 1;
-    } else {
-      quickSortByIndex(index, st, j + 1, right);
-      right = j - 1;
-    }
-  }
-}
+// Merging (the sort of one file is in star_sort.cpp)
 
 void StarList::mergeStarObjs(NODE_StarObject** a, int* na, NODE_StarObject* b, int nb) {
   int total = *na + nb;

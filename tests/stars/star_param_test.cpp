@@ -1339,19 +1339,34 @@ TEST(StarParameterApply, FirstRefusalStopsTheRest) {
   EXPECT_EQ(list.param.pxsizeTex, 4);
 }
 
-// There is no planet table in this library yet: a record naming one is refused at that step.
-TEST(StarParameterApply, PlanetFileIsRefusedForNow) {
+// A record naming a planet table loads it at that step; a table that does not open stops the
+// work there with the loader's message.
+TEST(StarParameterApply, PlanetFileIsLoadedAtItsStep) {
   StarList list;
+  TempDir dir;
   StarParameter p = legalCopy(list);
-  copyText(p.extrasolarPlanetFile, "/sky/planets.txt", sizeof p.extrasolarPlanetFile);
+  const std::string missing = dir.file("missing.txt");
+  copyText(p.extrasolarPlanetFile, missing.c_str(), sizeof p.extrasolarPlanetFile);
   p.extrasolarPlanetOrbitScale = 10.0f;
   int r = 0;
   std::string err = testsupport::stderrOf([&] { r = list.setStarParameter(p); });
   EXPECT_EQ(r, -1);
-  EXPECT_EQ(err,
-            "Err(StarList::setStarParameter): no extrasolar planet support to load [/sky/planets.txt]\n");
+  EXPECT_EQ(err, "ERR : reading [" + missing + "]\n");
   EXPECT_STREQ(list.param.extrasolarPlanetFile, "");
   EXPECT_EQ(list.param.extrasolarPlanetOrbitScale, 50000.0f);
+
+  // Test fixture: one planet with made-up test values, in the table's fixed columns.
+  const std::string table = dir.file("planets.txt");
+  writeFile(table,
+            "# Test fixture: made-up test values only.\n"
+            "        1 HD 217014            0.47         4.23        0.052        0.01         55.9\n");
+  copyText(p.extrasolarPlanetFile, table.c_str(), sizeof p.extrasolarPlanetFile);
+  err = testsupport::stderrOf([&] { r = list.setStarParameter(p); });
+  EXPECT_EQ(r, 1);
+  EXPECT_EQ(err, "");
+  EXPECT_STREQ(list.param.extrasolarPlanetFile, table.c_str());
+  EXPECT_EQ(list.getNumExtrasolarPlanet(), 1);
+  EXPECT_EQ(list.param.extrasolarPlanetOrbitScale, 10.0f);
 }
 
 // Flags turned off are cleared without a setter; colours and widths stay as they were.
