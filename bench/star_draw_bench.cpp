@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/star_floor.h"
 #include "stars/star.h"
 
 namespace {
@@ -58,9 +59,7 @@ void setView() {
 struct StarSet {
   StarList list;
   bool ok = false;
-  // The floor's points, grouped by size in half pixels.
-  std::map<int, std::vector<StarList::CPoint>> points;
-  size_t numPoints = 0;
+  StarFloor floor;
   double floorSeconds = 0;  // per frame, from the floor run
 };
 
@@ -77,51 +76,9 @@ StarSet& starSet(int n) {
   // the way the frame does.
   setView();
   s.list.drawStars(kLogScale, kFlags, -1, -1);
-  double p[16];
-  glGetDoublev(GL_PROJECTION_MATRIX, p);
-  const float radPerPixel = (float)(1.0 / (kHeight * 0.5 * p[5]));
-  for (int i = s.list.numStars - 1; i >= 0; i--) {
-    NODE_StarObject& star = s.list.stars[i];
-    if (star.pos.x < 0) continue;  // behind the eye, which looks along +x
-    int px, alpha;
-    if (s.list.computePXSizeAlpha(&px, &alpha, star.curVMag, s.list.param.starScale, radPerPixel, i) != 0) continue;
-    StarList::CPoint c;
-    double sp = star.pos.s - kLogScale;
-    if (sp > 3.5) sp = (sp - 3.5) / 72 + 3.5;
-    double k = pow(10.0, sp);
-    c.pos[0] = star.pos.x * k, c.pos[1] = star.pos.y * k, c.pos[2] = star.pos.z * k;
-    s.list.computeColor(&star, kFlags, alpha, c.rgba);
-    s.points[px].push_back(c);
-    s.numPoints++;
-  }
+  s.floor = placeStarFloor(s.list, kLogScale, kHeight, kFlags);
   s.ok = true;
   return s;
-}
-
-// The same GL state as a star frame: rotation-only model-view, smooth blended points.
-void drawFloor(const StarSet& s) {
-  double m[16];
-  glGetDoublev(GL_MODELVIEW_MATRIX, m);
-  glPushMatrix();
-  m[12] = m[13] = m[14] = 0;
-  glLoadMatrixd(m);
-  glPushAttrib(GL_ALL_ATTRIB_BITS);
-  glEnable(GL_POINT_SMOOTH);
-  glHint(GL_POINT_SMOOTH_HINT, GL_NICEST);
-  glEnable(GL_BLEND);
-  glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-  glDepthMask(GL_FALSE);
-  for (const auto& [px, pts] : s.points) {
-    glPointSize(px * 0.5f);
-    glBegin(GL_POINTS);
-    for (const StarList::CPoint& c : pts) {
-      glColor4fv(c.rgba);
-      glVertex3dv(c.pos);
-    }
-    glEnd();
-  }
-  glPopAttrib();
-  glPopMatrix();
 }
 
 template <typename F>
@@ -141,10 +98,10 @@ void BM_Floor(benchmark::State& state) {
   StarSet& s = starSet((int)state.range(0));
   if (!s.ok) return state.SkipWithError("star set not read");
   setView();
-  s.floorSeconds = timeFrames(state, [&] { drawFloor(s); });
+  s.floorSeconds = timeFrames(state, [&] { drawStarFloor(s.floor); });
   // Every run carries the same counters; the floor is its own measure.
   state.counters["stars"] = (double)s.list.numStars;
-  state.counters["points"] = (double)s.numPoints;
+  state.counters["points"] = (double)s.floor.numPoints;
   state.counters["ratio"] = 1.0;
 }
 
@@ -155,7 +112,7 @@ void BM_DrawStars(benchmark::State& state) {
   setView();
   double seconds = timeFrames(state, [&] { s.list.drawStars(kLogScale, kFlags, -1, -1); });
   state.counters["stars"] = (double)s.list.numStars;
-  state.counters["points"] = (double)s.numPoints;
+  state.counters["points"] = (double)s.floor.numPoints;
   state.counters["ratio"] = s.floorSeconds > 0 ? seconds / s.floorSeconds : 0.0;
 }
 

@@ -32,6 +32,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/star_floor.h"
 #include "coords/constants.h"
 #include "fileio/common.h"
 #include "stars/star.h"
@@ -61,11 +62,6 @@ constexpr int kLaterStarts = 0;
 constexpr int kFirstStart = 1;
 constexpr double kMinSeconds = 1.0;
 constexpr int kRepeats = 3;
-// Half pixels per pixel of a point size.
-constexpr float kHalfPixel = 0.5f;
-// Distances beyond 10^3.5 view units are pulled in as the star frame does.
-constexpr double kFarExponent = 3.5;
-constexpr double kFarSqueeze = 72.0;
 
 std::string source(const std::string& rest) {
   return std::string(VELMORA_SOURCE_DIR) + "/" + rest;
@@ -174,23 +170,14 @@ void useSourceData() {
 
 // The scene's end, and the map textures, which deleteScene leaves to the end of the process
 // (the program has only one start); a benchmark that starts many times gives them back. The
-// framework's hooks and flags go back to what a fresh process has, so that every start is a
-// first one.
+// framework's hooks and flags go back to what a fresh process has (its start-up defaults), so
+// that every start is a first one.
 void endScene() {
   std::vector<GLuint> ids;
   for (int i = 0; i < nTexObjs; i++) ids.push_back(texObjs[i].texId);
   deleteScene();
   if (!ids.empty()) glDeleteTextures((GLsizei)ids.size(), ids.data());
-  mouseCBFuncPtr = nullptr;
-  motionCBFuncPtr = nullptr;
-  passiveCBFuncPtr = nullptr;
-  keyboardCBFuncPtr = nullptr;
-  specKeyCBFuncPtr = nullptr;
-  idleCBFuncPtr = nullptr;
-  helpMenuFuncPtr = nullptr;
-  gluiCreatePtr = nullptr;
-  useGLUTMenu = 1;
-  useSubGLUI = 0;
+  myInit();
 }
 
 double secondsSince(std::chrono::steady_clock::time_point t0) {
@@ -315,9 +302,7 @@ void BM_StartToFirstFrame(benchmark::State& state) {
 struct Sky {
   bool ok = false;
   std::string error;
-  // The floor's points, grouped by size in half pixels.
-  std::map<int, std::vector<StarList::CPoint>> points;
-  size_t numPoints = 0;
+  StarFloor floor;
   double floorSeconds = 0;  // per frame
   double weights[2] = {0, 0};
 };
@@ -381,55 +366,10 @@ Sky& sky() {
 
   // Every star in front of the eye that the frame draws, at its size and colour, as the
   // star-drawing benchmark's floor has them.
-  double p[16];
-  glGetDoublev(GL_PROJECTION_MATRIX, p);
-  const float radPerPixel = (float)(1.0 / (kSkyHeight * 0.5 * p[5]));
   const int flags = (useStarColorMap ? STAR_DRAW_COLORMAP : 0) | (useStarTex ? STAR_DRAW_TEXTURED : 0);
-  for (int i = starList->numStars - 1; i >= 0; i--) {
-    NODE_StarObject& star = starList->stars[i];
-    if (star.pos.x <= 0) continue;  // behind the eye, which looks along +x
-    int px, alpha;
-    if (starList->computePXSizeAlpha(&px, &alpha, star.curVMag, starList->param.starScale, radPerPixel, i) != 0)
-      continue;
-    StarList::CPoint c;
-    double sp = star.pos.s - currLogScale;
-    if (sp > kFarExponent) sp = (sp - kFarExponent) / kFarSqueeze + kFarExponent;
-    double k = std::pow(10.0, sp);
-    c.pos[0] = star.pos.x * k, c.pos[1] = star.pos.y * k, c.pos[2] = star.pos.z * k;
-    starList->computeColor(&star, flags, alpha, c.rgba);
-    s.points[px].push_back(c);
-    s.numPoints++;
-  }
+  s.floor = placeStarFloor(*starList, currLogScale, kSkyHeight, flags);
   s.ok = true;
   return s;
-}
-
-// The star-drawing benchmark's floor: rotation-only model-view, smooth blended points.
-void drawFloor(const Sky& s) {
-  double m[16];
-  glGetDoublev(GL_MODELVIEW_MATRIX, m);
-  glPushMatrix();
-  m[12] = m[13] = m[14] = 0;
-  glLoadMatrixd(m);
-  glPushAttrib(GL_ALL_ATTRIB_BITS);
-  glDisable(GL_LIGHTING);
-  glDisable(GL_TEXTURE_2D);
-  glEnable(GL_POINT_SMOOTH);
-  glHint(GL_POINT_SMOOTH_HINT, GL_NICEST);
-  glEnable(GL_BLEND);
-  glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-  glDepthMask(GL_FALSE);
-  for (const auto& [px, pts] : s.points) {
-    glPointSize(px * kHalfPixel);
-    glBegin(GL_POINTS);
-    for (const StarList::CPoint& c : pts) {
-      glColor4fv(c.rgba);
-      glVertex3dv(c.pos);
-    }
-    glEnd();
-  }
-  glPopAttrib();
-  glPopMatrix();
 }
 
 template <typename F>
@@ -446,7 +386,7 @@ void skyCounters(benchmark::State& state, const Sky& s, double ratio) {
   Counters c;
   c.stars = starList ? starList->getNumStars() : 0;
   c.maps = nTexObjs;
-  c.points = (double)s.numPoints;
+  c.points = (double)s.floor.numPoints;
   c.floorMs = s.floorSeconds * 1e3;
   c.weight1 = s.weights[0];
   c.weight2 = s.weights[1];
@@ -462,7 +402,7 @@ void BM_SkyFloor(benchmark::State& state) {
   skyView();
   s.floorSeconds = timeFrames(state, [&] {
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-    drawFloor(s);
+    drawStarFloor(s.floor);
   });
   skyCounters(state, s, 1.0);
 }

@@ -5,6 +5,11 @@ constexpr double kPi = 3.141592653589793;
 // Degrees and radians, one into the other.
 constexpr double kRadiansPerDegree = kPi / 180.0;
 constexpr double kDegreesPerRadian = 180.0 / kPi;
+// Arc seconds and milliarcseconds in a degree, and degrees in an hour of right ascension.
+constexpr double kArcsecPerDegree = 3600.0;
+constexpr double kMasPerArcsec = 1000.0;
+constexpr double kMasPerDegree = kArcsecPerDegree * kMasPerArcsec;
+constexpr double kDegreesPerHour = 15.0;
 // Decimal exponent of one parsec in metres: 10^16.4894 m.
 constexpr double kParsecExponent = 16.4894;
 // The round parsec and light year of the print-outs, in metres.

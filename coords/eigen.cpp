@@ -1,3 +1,4 @@
+// Eigen solver for real symmetric matrices: tridiagonal reduction, then QL with implicit shifts.
 #include "coords/eigen.h"
 
 #include <cmath>

@@ -1,3 +1,4 @@
+// Vector and matrix functions on plain arrays of doubles.
 #include "coords/math3D.h"
 
 #include <sys/resource.h>

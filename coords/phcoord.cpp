@@ -1,3 +1,4 @@
+// Power homogeneous coordinates: arithmetic, scaling and conversion of mantissa-and-power positions.
 #include "coords/phcoord.h"
 
 #include <cmath>

@@ -1,3 +1,4 @@
+// The uniform random generator and the distributions built on it.
 #include "coords/randvar.h"
 
 #include <cfloat>

@@ -1,3 +1,4 @@
+// Byte order and stream routines shared by every binary format.
 #include "fileio/common.h"
 
 #include <climits>

@@ -1,3 +1,4 @@
+// The EZ container: reading, packing and unpacking files kept as independent raw-DEFLATE chunks.
 #include "fileio/entropy.h"
 
 #include <zlib.h>
@@ -48,31 +49,62 @@ void writeLE32(unsigned char* p, unsigned v) {
 
 enum class ChunkStatus { ok, noMemory, format, tooLong, crc, length, lengthAndCrc };
 
+// One raw-inflate stream for a run of chunks: set up at the first chunk and reset for each
+// further one, so that a container's chunks don't each pay for a fresh state and window.
+class Inflater {
+ public:
+  Inflater() {
+    memset(&zs_, 0, sizeof zs_);
+    zs_.zalloc = zAlloc;
+    zs_.zfree = zFree;
+  }
+  ~Inflater() {
+    if (ready_) inflateEnd(&zs_);
+  }
+  Inflater(const Inflater&) = delete;
+  Inflater& operator=(const Inflater&) = delete;
+
+  // The stream, empty and ready for a new chunk; null without memory for it.
+  z_stream* fresh() {
+    if (ready_) {
+      if (inflateReset2(&zs_, -MAX_WBITS) == Z_OK) return &zs_;
+      inflateEnd(&zs_);
+      ready_ = false;
+    }
+    if (inflateInit2(&zs_, -MAX_WBITS) != Z_OK) return nullptr;
+    ready_ = true;
+    return &zs_;
+  }
+
+ private:
+  z_stream zs_;
+  bool ready_ = false;
+};
+
 // Inflates one chunk into at most outCapacity bytes and checks its trailer against all the
-// output. *produced is what came out, whatever the status.
+// output. *produced is what came out, whatever the status. With no inflater of the caller's,
+// the chunk gets a stream of its own.
 ChunkStatus inflateChunk(const unsigned char* in, int inSize, unsigned char* out, int outCapacity,
-                         int* produced, unsigned* statedLength = nullptr, int* trailerEnd = nullptr) {
+                         int* produced, unsigned* statedLength = nullptr, int* trailerEnd = nullptr,
+                         Inflater* inflater = nullptr) {
   *produced = 0;
   if (inSize < 0) inSize = 0;
   if (outCapacity < 0) outCapacity = 0;
-  z_stream zs;
-  memset(&zs, 0, sizeof zs);
-  zs.zalloc = zAlloc;
-  zs.zfree = zFree;
-  if (inflateInit2(&zs, -MAX_WBITS) != Z_OK) return ChunkStatus::noMemory;
-  zs.next_in = const_cast<unsigned char*>(in);
-  zs.avail_in = static_cast<uInt>(inSize);
-  zs.next_out = out;
-  zs.avail_out = static_cast<uInt>(outCapacity);
-  int rc = inflate(&zs, Z_FINISH);
-  *produced = static_cast<int>(zs.total_out);
-  int consumed = static_cast<int>(zs.total_in);
-  inflateEnd(&zs);
+  Inflater own;
+  z_stream* zs = (inflater ? inflater : &own)->fresh();
+  if (!zs) return ChunkStatus::noMemory;
+  zs->next_in = const_cast<unsigned char*>(in);
+  zs->avail_in = static_cast<uInt>(inSize);
+  zs->next_out = out;
+  zs->avail_out = static_cast<uInt>(outCapacity);
+  int rc = inflate(zs, Z_FINISH);
+  *produced = static_cast<int>(zs->total_out);
+  int consumed = static_cast<int>(zs->total_in);
   if (rc == Z_MEM_ERROR) return ChunkStatus::noMemory;
   if (rc != Z_STREAM_END) {
     // Output full while the stream goes on: the chunk expands past its room. Unbounded, this
     // would have written beyond the chunk's place in the output block.
-    if (rc == Z_BUF_ERROR && zs.avail_out == 0 && zs.avail_in > 0) return ChunkStatus::tooLong;
+    if (rc == Z_BUF_ERROR && zs->avail_out == 0 && zs->avail_in > 0) return ChunkStatus::tooLong;
     return ChunkStatus::format;
   }
   if (inSize - consumed < kTrailer) return ChunkStatus::format;
@@ -87,6 +119,32 @@ ChunkStatus inflateChunk(const unsigned char* in, int inSize, unsigned char* out
   if (crcBad) return ChunkStatus::crc;
   if (lenBad) return ChunkStatus::length;
   return ChunkStatus::ok;
+}
+
+// The lenient report of one chunk's status, as entropyUnzip gives it: 0 if sound, else 1.
+int reportChunk(ChunkStatus st) {
+  switch (st) {
+    case ChunkStatus::ok:
+      return 0;
+    case ChunkStatus::noMemory:
+      chunkError("out of memory");
+      break;
+    case ChunkStatus::format:
+    case ChunkStatus::tooLong:
+      chunkError("invalid compressed data--format violated");
+      break;
+    case ChunkStatus::crc:
+      chunkError("invalid compressed data--crc error");
+      break;
+    case ChunkStatus::length:
+      chunkError("invalid compressed data--length error");
+      break;
+    case ChunkStatus::lengthAndCrc:
+      chunkError("invalid compressed data--crc error");
+      chunkError("invalid compressed data--length error");
+      break;
+  }
+  return 1;
 }
 
 bool readBE32(FILE* f, unsigned* v) {
@@ -140,32 +198,19 @@ int entropyZip(unsigned char* in, unsigned char* out, int inSize, int* outSize, 
 }
 
 int entropyUnzip(unsigned char* in, unsigned char* out, int inSize, int* outSize, int outCapacity) {
-  ChunkStatus st = inflateChunk(in, inSize, out, outCapacity, outSize);
-  switch (st) {
-    case ChunkStatus::ok:
-      return 0;
-    case ChunkStatus::noMemory:
-      chunkError("out of memory");
-      break;
-    case ChunkStatus::format:
-    case ChunkStatus::tooLong:
-      chunkError("invalid compressed data--format violated");
-      break;
-    case ChunkStatus::crc:
-      chunkError("invalid compressed data--crc error");
-      break;
-    case ChunkStatus::length:
-      chunkError("invalid compressed data--length error");
-      break;
-    case ChunkStatus::lengthAndCrc:
-      chunkError("invalid compressed data--crc error");
-      chunkError("invalid compressed data--length error");
-      break;
-  }
-  return 1;
+  return reportChunk(inflateChunk(in, inSize, out, outCapacity, outSize));
 }
 
-void ReadDeflateZip(FILE* stream, unsigned char** data, int* size) {
+namespace {
+
+// The lenient reading of a container, shared by ReadDeflateZip and ExpandToFile: the magic, the
+// tables, `begin(chunkCount)` to take the output's memory (a count the file can't hold gives
+// begin(0) and no chunk), and each chunk in turn inflated through one stream into the 32768
+// bytes at `room()`, then handed to `took(room, produced)`. Faults inside a chunk are reported
+// and reading goes on. Ends the process, after a line on standard error, on a wrong magic or
+// without memory for the buffers.
+template <typename Begin, typename Room, typename Took>
+void expandContainer(FILE* stream, Begin begin, Room room, Took took) {
   unsigned char* inbuf =
       static_cast<unsigned char*>(mustAlloc(EZ_INBUF_SIZE, "[ReadDeflateZip]: No memory for inbuf\n"));
   long start = ftell(stream);
@@ -174,8 +219,6 @@ void ReadDeflateZip(FILE* stream, unsigned char** data, int* size) {
     fprintf(stderr, "[ReadDeflateZip]: input file is not in our zip file format\n");
     exit(1);
   }
-  *data = nullptr;
-  *size = 0;
   unsigned chunkCount = 0;
   bool countRead = cp_fread(&chunkCount, 4, 1, stream) == 1;
   long fileSize = getFileSize(stream);
@@ -189,7 +232,7 @@ void ReadDeflateZip(FILE* stream, unsigned char** data, int* size) {
       chunkCount > static_cast<unsigned>(INT_MAX / EZ_CHUNK_SIZE)) {
     chunkError("invalid compressed data--format violated");
     ptrEZFree(inbuf);
-    *data = static_cast<unsigned char*>(mustAlloc(1, "[ReadDeflateZip]: No memory for outbuf\n"));
+    begin(0u);
     return;
   }
   unsigned* offsets = static_cast<unsigned*>(
@@ -198,10 +241,8 @@ void ReadDeflateZip(FILE* stream, unsigned char** data, int* size) {
       mustAlloc(sizeof(unsigned) * chunkCount, "[ReadDeflateZip]: no memory for chrunksize table\n"));
   cp_fread(offsets, 4, chunkCount, stream);
   cp_fread(sizes, 4, chunkCount, stream);
-  size_t outBytes = static_cast<size_t>(chunkCount) * EZ_CHUNK_SIZE;
-  unsigned char* outbuf =
-      static_cast<unsigned char*>(mustAlloc(outBytes, "[ReadDeflateZip]: No memory for outbuf\n"));
-  long pos = 0;
+  begin(chunkCount);
+  Inflater inflater;
   for (unsigned i = 0; i < chunkCount; i++) {
     int want = static_cast<int>(sizes[i] > EZ_INBUF_SIZE ? EZ_INBUF_SIZE : sizes[i]);
     if (sizes[i] > EZ_INBUF_SIZE) {
@@ -223,14 +264,33 @@ void ReadDeflateZip(FILE* stream, unsigned char** data, int* size) {
     }
     int produced = 0;
     // Each chunk gets its own 32768 bytes of room and writes nothing past them.
-    entropyUnzip(inbuf, outbuf + pos, got, &produced, EZ_CHUNK_SIZE);
-    pos += produced;
+    unsigned char* out = room();
+    reportChunk(inflateChunk(inbuf, got, out, EZ_CHUNK_SIZE, &produced, nullptr, nullptr, &inflater));
+    took(out, produced);
   }
-  *data = outbuf;
-  *size = static_cast<int>(pos);
   ptrEZFree(offsets);
   ptrEZFree(sizes);
   ptrEZFree(inbuf);
+}
+
+}  // namespace
+
+void ReadDeflateZip(FILE* stream, unsigned char** data, int* size) {
+  *data = nullptr;
+  *size = 0;
+  unsigned char* outbuf = nullptr;
+  long pos = 0;
+  // One block for the whole container, chunkCount x 32768 bytes (one byte for none); each
+  // chunk is inflated straight into its place.
+  expandContainer(
+      stream,
+      [&](unsigned count) {
+        outbuf = static_cast<unsigned char*>(mustAlloc(static_cast<size_t>(count) * EZ_CHUNK_SIZE,
+                                                       "[ReadDeflateZip]: No memory for outbuf\n"));
+      },
+      [&]() { return outbuf + pos; }, [&](unsigned char*, int produced) { pos += produced; });
+  *data = outbuf;
+  *size = static_cast<int>(pos);
 }
 
 void WriteDeflateZip(FILE* stream, unsigned char* data, int size) {
@@ -271,14 +331,19 @@ void WriteDeflateZip(FILE* stream, unsigned char* data, int size) {
 
 int ExpandToFile(FILE* in, FILE* out) {
   long start = ftell(in);
-  unsigned char* data = nullptr;
-  int size = 0;
-  ReadDeflateZip(in, &data, &size);
-  for (int done = 0; done < size; done += EZ_CHUNK_SIZE) {
-    int n = size - done < EZ_CHUNK_SIZE ? size - done : EZ_CHUNK_SIZE;
-    cp_fwrite(data + done, 1, static_cast<unsigned>(n), out);
-  }
-  ptrEZFree(data);
+  // Chunk by chunk through one buffer of 32768 bytes: the expanded file is never held whole.
+  unsigned char* buf = nullptr;
+  expandContainer(
+      in,
+      [&](unsigned count) {
+        buf = static_cast<unsigned char*>(
+            mustAlloc(count ? EZ_CHUNK_SIZE : 0, "[ReadDeflateZip]: No memory for outbuf\n"));
+      },
+      [&]() { return buf; },
+      [&](unsigned char* bytes, int produced) {
+        if (produced > 0) cp_fwrite(bytes, 1, static_cast<unsigned>(produced), out);
+      });
+  ptrEZFree(buf);
   // The extra 1 is part of the result as it always was; nobody looks at it. Counted wide and
   // kept within an int, whatever position the stream was left at.
   long long consumed = static_cast<long long>(ftell(in)) - start + 1;
@@ -327,7 +392,11 @@ FILE* fopenEZ(const char* path, const char* mode) {
   return tmp;
 }
 
-bool checkEZ(FILE* stream, EZInfo* info, std::string* error) {
+namespace {
+
+// The strict check of checkEZ; with `out`, each chunk's bytes are written there as soon as the
+// chunk has passed, so that one pass both checks and expands.
+bool checkContainer(FILE* stream, EZInfo* info, std::string* error, FILE* out) {
   EZInfo local;
   EZInfo& r = info ? *info : local;
   r = EZInfo();
@@ -360,7 +429,8 @@ bool checkEZ(FILE* stream, EZInfo* info, std::string* error) {
   r.chunks.resize(count);
   for (unsigned i = 0; i < count; i++) readBE32(stream, &r.chunks[i].offset);
   for (unsigned i = 0; i < count; i++) readBE32(stream, &r.chunks[i].size);
-  std::vector<unsigned char> in(EZ_INBUF_SIZE), out(EZ_CHUNK_SIZE);
+  std::vector<unsigned char> in(EZ_INBUF_SIZE), expanded(EZ_CHUNK_SIZE);
+  Inflater inflater;
   for (unsigned i = 0; i < count; i++) {
     EZChunkInfo& c = r.chunks[i];
     std::string which = "chunk " + std::to_string(i + 1) + " of " + std::to_string(count);
@@ -376,8 +446,8 @@ bool checkEZ(FILE* stream, EZInfo* info, std::string* error) {
     int produced = 0;
     unsigned stated = 0;
     int trailerEnd = -1;
-    ChunkStatus st = inflateChunk(in.data(), static_cast<int>(c.size), out.data(), EZ_CHUNK_SIZE, &produced,
-                                  &stated, &trailerEnd);
+    ChunkStatus st = inflateChunk(in.data(), static_cast<int>(c.size), expanded.data(), EZ_CHUNK_SIZE,
+                                  &produced, &stated, &trailerEnd, &inflater);
     c.length = stated;
     switch (st) {
       case ChunkStatus::ok:
@@ -400,7 +470,19 @@ bool checkEZ(FILE* stream, EZInfo* info, std::string* error) {
     if ((!last && produced != EZ_CHUNK_SIZE) || (last && produced < 1))
       return fail(which + ": holds " + std::to_string(produced) + " bytes");
     r.expandedSize += produced;
+    if (out && fwrite(expanded.data(), 1, static_cast<size_t>(produced), out) != static_cast<size_t>(produced))
+      return fail(which + ": cannot be written out");
   }
   fseek(stream, start, SEEK_SET);
   return true;
+}
+
+}  // namespace
+
+bool checkEZ(FILE* stream, EZInfo* info, std::string* error) {
+  return checkContainer(stream, info, error, nullptr);
+}
+
+bool expandCheckedEZ(FILE* in, FILE* out, EZInfo* info, std::string* error) {
+  return checkContainer(in, info, error, out);
 }

@@ -45,7 +45,9 @@ void ReadDeflateZip(FILE* stream, unsigned char** data, int* size);
 // Writes data as a container at the stream's current position.
 void WriteDeflateZip(FILE* stream, unsigned char* data, int size);
 
-// Expands the container in `in` into `out`. Returns the bytes read from `in`, plus 1.
+// Expands the container in `in` into `out`, chunk by chunk through one 32768-byte buffer; faults
+// inside a chunk are reported as ReadDeflateZip reports them. Returns the bytes read from `in`,
+// plus 1.
 int ExpandToFile(FILE* in, FILE* out);
 
 // Packs the rest of `in` (from its position to its end; callers start at 0) into `out`.
@@ -87,3 +89,9 @@ struct EZInfo {
 // *error (when given). *info (when given) is filled as far as the check got.
 // The stream's position is restored.
 bool checkEZ(FILE* stream, EZInfo* info = nullptr, std::string* error = nullptr);
+
+// checkEZ and the expansion in one pass: each chunk's bytes are written to `out` as soon as the
+// chunk has passed the check. On false, `out` holds the chunks before the fault, which the
+// caller throws away. Prints nothing; the stream's position is restored. Holds two chunk
+// buffers, never the whole expanded file.
+bool expandCheckedEZ(FILE* in, FILE* out, EZInfo* info = nullptr, std::string* error = nullptr);

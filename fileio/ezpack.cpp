@@ -4,8 +4,8 @@
 //   ezpack unpack IN OUT   expand the container IN into OUT
 //   ezpack info IN         list the chunks of the container IN
 //
-// A damaged container is refused before anything is written. OUT is written under a
-// temporary name beside it and renamed at the end, so a failure leaves no partial file.
+// A damaged container is refused: unpacking checks each chunk as it writes it. OUT is written
+// under a temporary name beside it and renamed at the end, so a failure leaves no partial file.
 #include <unistd.h>
 
 #include <cerrno>
@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "fileio/entropy.h"
 
@@ -62,10 +63,46 @@ bool finish(FILE* f, const std::string& tempName, const std::string& out, std::s
   return true;
 }
 
+// Packs `in` into `out` as WriteDeflateZip lays a container out, the same bytes, one chunk at
+// a time: a chunk of input and its compressed form are all it holds. The tables are written as
+// placeholders first and filled in at the end. False if `in` can't be read whole.
+bool packChunks(FILE* out, FILE* in, int size) {
+  long start = ftell(out);
+  unsigned chunkCount = static_cast<unsigned>((static_cast<long long>(size) + EZ_CHUNK_SIZE - 1) / EZ_CHUNK_SIZE);
+  std::vector<unsigned> offsets(chunkCount, 0), sizes(chunkCount, 0);
+  std::vector<unsigned char> input(EZ_CHUNK_SIZE), packed(EZ_INBUF_SIZE);
+  fwrite("EZ", 1, 2, out);
+  cp_fwrite(&chunkCount, 4, 1, out);
+  if (chunkCount > 0) {
+    cp_fwrite(offsets.data(), 4, chunkCount, out);
+    cp_fwrite(sizes.data(), 4, chunkCount, out);
+  }
+  int done = 0;
+  for (unsigned i = 0; i < chunkCount; i++) {
+    int n = size - done < EZ_CHUNK_SIZE ? size - done : EZ_CHUNK_SIZE;
+    if (fread(input.data(), 1, static_cast<size_t>(n), in) != static_cast<size_t>(n)) return false;
+    int outSize = 0;
+    entropyZip(input.data(), packed.data(), n, &outSize, EZ_INBUF_SIZE);
+    sizes[i] = static_cast<unsigned>(outSize);
+    offsets[i] = static_cast<unsigned>(ftell(out));
+    fwrite(packed.data(), 1, static_cast<size_t>(outSize), out);
+    done += n;
+  }
+  long end = ftell(out);
+  fseek(out, start + 6, SEEK_SET);
+  if (chunkCount > 0) {
+    cp_fwrite(offsets.data(), 4, chunkCount, out);
+    cp_fwrite(sizes.data(), 4, chunkCount, out);
+  }
+  fseek(out, end, SEEK_SET);
+  return true;
+}
+
 int pack(const std::string& in, const std::string& out) {
   FILE* fin = fopen(in.c_str(), "rb");
   if (!fin) return fail("cannot open " + in + ": " + strerror(errno));
-  if (getFileSize(fin) < 0) {
+  int size = getFileSize(fin);
+  if (size < 0) {
     fclose(fin);
     return fail(in + " is not a regular file or is too large (2 GB at most)");
   }
@@ -75,8 +112,7 @@ int pack(const std::string& in, const std::string& out) {
     fclose(fin);
     return fail("cannot create a file beside " + out + ": " + strerror(errno));
   }
-  PackFromFile(fout, fin);
-  bool readOk = !ferror(fin);
+  bool readOk = packChunks(fout, fin, size) && !ferror(fin);
   fclose(fin);
   if (!readOk) {
     fclose(fout);
@@ -105,18 +141,29 @@ FILE* openChecked(const std::string& in, EZInfo* info) {
 }
 
 int unpack(const std::string& in, const std::string& out) {
-  EZInfo info;
-  FILE* fin = openChecked(in, &info);
-  if (!fin) return 1;
+  FILE* fin = fopen(in.c_str(), "rb");
+  if (!fin) return fail("cannot open " + in + ": " + strerror(errno));
   std::string tempName;
   FILE* fout = openTemp(out, &tempName);
   if (!fout) {
+    // A damaged container is named before an output that can't be made.
+    int createErrno = errno;
+    std::string damage;
+    bool sound = checkEZ(fin, nullptr, &damage);
     fclose(fin);
-    return fail("cannot create a file beside " + out + ": " + strerror(errno));
+    if (!sound) return fail(in + ": damaged or not an EZ container: " + damage);
+    return fail("cannot create a file beside " + out + ": " + strerror(createErrno));
   }
-  ExpandToFile(fin, fout);
-  fclose(fin);
+  // Checked while it is written, in one pass; a fault throws the temporary file away.
+  EZInfo info;
   std::string why;
+  bool sound = expandCheckedEZ(fin, fout, &info, &why);
+  fclose(fin);
+  if (!sound) {
+    fclose(fout);
+    unlink(tempName.c_str());
+    return fail(in + ": damaged or not an EZ container: " + why);
+  }
   if (!finish(fout, tempName, out, &why)) return fail(why);
   return 0;
 }

@@ -1,3 +1,4 @@
+// Readers and writers of raw byte (PNM), float (PFM) and double (PDM) images.
 #include "fileio/pnm.h"
 
 #include <climits>

@@ -1,3 +1,4 @@
+// Texture image readers: SGI files, verbatim and run-length, and binary PNM.
 #include "fileio/sgi.h"
 
 #include <cctype>
@@ -298,31 +299,44 @@ unsigned char* readSGIImage(const char* name, int* width, int* height, int* chan
     return nullptr;
   }
   memset(base, 0, total);
+  // A verbatim file a little short of its pixels is read, its missing rows black. A row that
+  // begins at or past the file's end has nothing to read: it is passed over, instead of a seek
+  // and a read of nothing each (a 15-byte file claiming 65280 rows of three planes made that
+  // nearly two hundred thousand of each).
+  const long fileBytes = getFileSize(image->file);
+  const bool verbatim = (image->type & 0xFF00) != 0x0100;
+  auto getRow = [&](unsigned char* buffer, int y, int z) {
+    long start = kSGIHeaderBytes + static_cast<long>(y) * xs + static_cast<long>(z) * xs * ys;
+    if (verbatim && fileBytes >= 0 && start >= fileBytes) return;
+    ImageGetRow(image, buffer, y, z);
+  };
   unsigned char* lptr = base;
-  for (int y = 0; y < ys; y++) {
+  // An image without columns has no pixels: its rows are not read, which for a header that
+  // claims 65535 rows of several planes would be a quarter of a million seeks for nothing.
+  for (int y = 0; y < ys && xs > 0; y++) {
     if (zs >= 4) {
-      ImageGetRow(image, rbuf, y, 0);
-      ImageGetRow(image, gbuf, y, 1);
-      ImageGetRow(image, bbuf, y, 2);
-      ImageGetRow(image, abuf, y, 3);
+      getRow(rbuf, y, 0);
+      getRow(gbuf, y, 1);
+      getRow(bbuf, y, 2);
+      getRow(abuf, y, 3);
       rgbatorgba(rbuf, gbuf, bbuf, abuf, lptr, xs);
     } else if (zs == 3) {
-      ImageGetRow(image, rbuf, y, 0);
-      ImageGetRow(image, gbuf, y, 1);
-      ImageGetRow(image, bbuf, y, 2);
+      getRow(rbuf, y, 0);
+      getRow(gbuf, y, 1);
+      getRow(bbuf, y, 2);
       if (perPixel)
         rgbtorgba(rbuf, gbuf, bbuf, lptr, xs);
       else
         rgbtorgb(rbuf, gbuf, bbuf, lptr, xs);
     } else if (zs == 2) {
-      ImageGetRow(image, rbuf, y, 0);
-      ImageGetRow(image, abuf, y, 1);
+      getRow(rbuf, y, 0);
+      getRow(abuf, y, 1);
       if (perPixel)
         latorgba(rbuf, abuf, lptr, xs);
       else
         latola(rbuf, abuf, lptr, xs);
     } else {
-      ImageGetRow(image, rbuf, y, 0);
+      getRow(rbuf, y, 0);
       if (perPixel)
         bwtorgba(rbuf, lptr, xs);
       else

@@ -1,3 +1,4 @@
+// Image and depth-map utilities: scaling to bytes, differences and error measures.
 #include "fileio/utility.h"
 
 #include <GL/glu.h>

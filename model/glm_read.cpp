@@ -9,6 +9,7 @@
 #include "fileio/entropy.h"
 #include "model/glm.h"
 #include "model/glm_internal.h"
+#include "model/obj_scan.h"
 
 using glm_detail::allocOrDie;
 using glm_detail::zallocOrDie;
@@ -61,7 +62,7 @@ void skipLine(FILE* file, char* buf, int size) {
 // words ("vertices", "by") and be taken for keywords.
 void skipWholeLine(FILE* file) {
   int c;
-  while ((c = getc(file)) != EOF && c != '\n') {
+  while ((c = getc_unlocked(file)) != EOF && c != '\n') {
   }
 }
 
@@ -80,77 +81,55 @@ bool readFirstWord(FILE* file, char* word) {
   return sscanf(line, "%127s", word) == 1;
 }
 
-enum class FaceForm { V, VT, VTN, VN };
-
-struct Corner {
-  int v = 0, t = 0, n = 0;
-};
-
-FaceForm formOf(const char* word) {
-  int a, b, c;
-  if (strstr(word, "//")) return FaceForm::VN;
-  if (sscanf(word, "%d/%d/%d", &a, &b, &c) == 3) return FaceForm::VTN;
-  if (sscanf(word, "%d/%d", &a, &b) == 2) return FaceForm::VT;
-  return FaceForm::V;
-}
+using objscan::Corner;
+using objscan::FaceForm;
+using objscan::StreamSource;
 
 // Corner from the first word of a face line.
 Corner parseCorner(const char* word, FaceForm form) {
   Corner c;
-  switch (form) {
-    case FaceForm::VN:
-      sscanf(word, "%d//%d", &c.v, &c.n);
-      break;
-    case FaceForm::VTN:
-      sscanf(word, "%d/%d/%d", &c.v, &c.t, &c.n);
-      break;
-    case FaceForm::VT:
-      sscanf(word, "%d/%d", &c.v, &c.t);
-      break;
-    case FaceForm::V:
-      sscanf(word, "%d", &c.v);
-      break;
-  }
+  objscan::StringSource src{word};
+  objscan::scanCorner(src, form, &c);
   return c;
 }
 
-// Reads one further corner in the line's form; returns the number of fields read (EOF as -1).
-// A failing read leaves the fields as they stood, which the caller sets to the corner before.
-int readCorner(FILE* file, FaceForm form, Corner& c) {
-  switch (form) {
-    case FaceForm::VN:
-      return fscanf(file, "%d//%d", &c.v, &c.n);
-    case FaceForm::VTN:
-      return fscanf(file, "%d/%d/%d", &c.v, &c.t, &c.n);
-    case FaceForm::VT:
-      return fscanf(file, "%d/%d", &c.v, &c.t);
-    case FaceForm::V:
-      return fscanf(file, "%d", &c.v);
-  }
-  return 0;
-}
-
-// Reads the corners of a face line (the first as a word, which fixes the form), and calls emit(a, b, c) for
-// each triangle of the fan.
+// Reads the corners of a face line (the first as a word, which fixes the form), and calls
+// emit(form, a, b, c) for each triangle of the fan. A further corner is read for as long as a
+// read yields at least one field; a failing read leaves the fields as they stood, which are
+// those of the corner before.
 template <typename Emit>
-void readFace(FILE* file, Emit emit) {
+void readFace(StreamSource& in, Emit emit) {
   char firstWord[kWord] = "";
-  if (fscanf(file, "%127s", firstWord) != 1) firstWord[0] = '\0';
-  FaceForm form = formOf(firstWord);
+  if (!objscan::scanWord(in, firstWord)) firstWord[0] = '\0';
+  FaceForm form = objscan::formOf(firstWord);
   // A first word without a number leaves its fields 0, which the range test of pass 2 refuses.
   Corner a = parseCorner(firstWord, form);
   Corner b = a;
-  readCorner(file, form, b);
+  objscan::scanCorner(in, form, &b);
   Corner c = b;
-  readCorner(file, form, c);
+  objscan::scanCorner(in, form, &c);
   emit(form, a, b, c);
   Corner next = c;
-  while (readCorner(file, form, next) > 0) {
+  while (objscan::scanCorner(in, form, &next) > 0) {
     // fan: first corner of the triangle before, its third corner, the new corner
     b = c;
     c = next;
     emit(form, a, b, c);
   }
+}
+
+// Counts the triangles of a face line: the same reads as readFace, the corners' values unused.
+unsigned int countFace(StreamSource& in) {
+  unsigned int n = 0;
+  char firstWord[kWord] = "";
+  if (!objscan::scanWord(in, firstWord)) firstWord[0] = '\0';
+  FaceForm form = objscan::formOf(firstWord);
+  Corner scratch;
+  objscan::scanCorner(in, form, &scratch);
+  objscan::scanCorner(in, form, &scratch);
+  n++;
+  while (objscan::scanCorner(in, form, &scratch) > 0) n++;
+  return n;
 }
 
 void growGroup(_GLMgroup* group) {
@@ -198,8 +177,9 @@ void glmFirstPass(_GLMmodel* model, FILE* file) {
   indexGroups(model);
   _GLMgroup* group = addGroupIndexed(model, "default");
   unsigned int numvertices = 0, numnormals = 0, numtexcoords = 0, numtriangles = 0;
+  StreamSource in{file};
 
-  while (fscanf(file, "%127s", buf) == 1) {
+  while (objscan::scanWord(in, buf)) {
     switch (buf[0]) {
       case '#':
         skipWholeLine(file);
@@ -234,8 +214,7 @@ void glmFirstPass(_GLMmodel* model, FILE* file) {
         group = addGroupIndexed(model, buf);
         break;
       case 'f': {
-        unsigned int n = 0;
-        readFace(file, [&](FaceForm, const Corner&, const Corner&, const Corner&) { n++; });
+        unsigned int n = countFace(in);
         numtriangles += n;
         group->numtriangles += n;
         break;
@@ -269,16 +248,16 @@ int glmSecondPass(_GLMmodel* model, FILE* file) {
   faulty = false;
   faultText[0] = '\0';
   indexGroups(model);
+  StreamSource in{file};
 
   // Stores up to three floats into slot `index` of `array`, or reads them into scratch when the
   // second pass finds more elements than the first one counted (a damaged file).
   auto readFloats = [&](float* array, unsigned int count, unsigned int index, int k, const char* kind) {
     float scratch[3] = {0, 0, 0};
     float* dst = (array && index <= count) ? array + static_cast<size_t>(k) * index : scratch;
-    if (k == 3)
-      fscanf(file, "%f %f %f", &dst[0], &dst[1], &dst[2]);
-    else
-      fscanf(file, "%f %f", &dst[0], &dst[1]);
+    // "%f %f %f": the reads stop at the first that fails, which leaves its value as it stood.
+    for (int i = 0; i < k; i++)
+      if (objscan::scanFloat(in, &dst[i]) != 1) break;
     if (dst == scratch) {
       char text[kWord];
       snprintf(text, sizeof(text), "more %s than counted", kind);
@@ -286,7 +265,7 @@ int glmSecondPass(_GLMmodel* model, FILE* file) {
     }
   };
 
-  while (fscanf(file, "%127s", buf) == 1) {
+  while (objscan::scanWord(in, buf)) {
     switch (buf[0]) {
       case '#':
         skipWholeLine(file);
@@ -321,7 +300,7 @@ int glmSecondPass(_GLMmodel* model, FILE* file) {
         break;
       }
       case 'f':
-        readFace(file, [&](FaceForm form, const Corner& a, const Corner& b, const Corner& c) {
+        readFace(in, [&](FaceForm form, const Corner& a, const Corner& b, const Corner& c) {
           unsigned int tri = numtriangles++;
           bool ok = cornerInRange(model, form, a, tri) && cornerInRange(model, form, b, tri) &&
                     cornerInRange(model, form, c, tri);

@@ -8,8 +8,10 @@ PACKAGES=(
   libgtest-dev libgmock-dev libbenchmark-dev
   zlib1g-dev freeglut3-dev libglu1-mesa-dev libx11-dev libimgui-dev libstb-dev
   xvfb xdotool x11-utils imagemagick
-  libcfitsio-dev libchealpix-dev
+  libcfitsio-dev libchealpix-dev wcslib-dev libexempi-dev
+  astrometry.net astrometry-data-tycho2-10-19-littleendian
   assimp-utils libtinyobjloader-dev
+  clang libclang-rt-14-dev
 )
 
 missing=()

@@ -1,3 +1,4 @@
+// Builds the constellation file: figures as HD numbers, IAU boundaries and names.
 #include "skydata/constell.h"
 
 #include <algorithm>
@@ -32,7 +33,7 @@ std::string upper(std::string s) {
 }  // namespace
 
 bool constellationText(const std::string& dir, const Catalog& cat, std::string& text, ConstellationStats& st,
-                       std::string& err) {
+                       std::string& err, const SkyShape& shape) {
   const std::string sc = dir + "/skycultures/western/";
   // Names, in the order of the names file.
   std::vector<std::pair<std::string, std::string>> names;  // code, English name
@@ -51,6 +52,12 @@ bool constellationText(const std::string& dir, const Catalog& cat, std::string& 
       names.push_back({code, l.substr(a + 3, b - a - 3)});
     }
   }
+  if (names.size() != shape.constellations) {
+    err = "[" + sc + "constellation_names.eng.fab] names " + std::to_string(names.size()) +
+          " constellations where the sky has " + std::to_string(shape.constellations) +
+          ": the file is cut or damaged";
+    return false;
+  }
   // Figures: code -> list of segments (HIP pairs).
   std::map<std::string, std::vector<std::pair<int, int>>> figures;
   {
@@ -60,17 +67,30 @@ bool constellationText(const std::string& dir, const Catalog& cat, std::string& 
       return false;
     }
     std::string l;
+    int lineNo = 0;
     while (std::getline(in, l)) {
+      ++lineNo;
       std::istringstream ss(l);
       std::string code;
       int n;
       if (!(ss >> code >> n)) continue;
       for (int i = 0; i < n; ++i) {
         int a, b;
-        if (!(ss >> a >> b)) break;
+        if (!(ss >> a >> b)) {
+          err = "[" + sc + "constellationship.fab] line " + std::to_string(lineNo) + ": the figure of " + code +
+                " declares " + std::to_string(n) + " segments and gives " + std::to_string(i) +
+                ": the file is cut or damaged";
+          return false;
+        }
         figures[code].push_back({a, b});
         ++st.sourceSegments;
       }
+    }
+    if (figures.size() != shape.constellations) {
+      err = "[" + sc + "constellationship.fab] draws " + std::to_string(figures.size()) +
+            " constellations where the sky has " + std::to_string(shape.constellations) +
+            ": the file is cut or damaged";
+      return false;
     }
   }
   // Bayer and Flamsteed designations tell which constellation a star belongs to.
@@ -153,9 +173,11 @@ bool constellationText(const std::string& dir, const Catalog& cat, std::string& 
     }
   }
 
+  int openChains = 0;
   std::ostringstream out;
   out << "# The 88 constellations: figures of the western sky culture of the stellarium-data package,\n"
-         "# with stars given by HD number through the Hipparcos cross-identification, boundaries of\n"
+         "# with stars given by HD number through the Hipparcos cross-identification (and, where it\n"
+         "# has none, the kstars-data catalogue's HD number at the star's place), boundaries of\n"
          "# the IAU (Delporte 1930, J2000 coordinates) in right ascension (hours) and declination\n"
          "# (degrees), joined into closed loops per constellation.\n"
          "# A figure line is broken where a star has no HD number of its own or no usable parallax.\n"
@@ -166,6 +188,11 @@ bool constellationText(const std::string& dir, const Catalog& cat, std::string& 
     out << "\nCONSTELLATION " << code << " " << eng << "\n";
     // Boundaries.
     std::vector<std::vector<Pt>> segs = bsegs[upper(code)];
+    if (segs.empty()) {
+      err = "[" + dir + "/data/constellation_boundaries.dat] gives no boundary for " + code +
+            ": the file is cut or damaged";
+      return false;
+    }
     std::vector<bool> used(segs.size(), false);
     for (size_t s = 0; s < segs.size(); ++s) {
       if (used[s]) continue;
@@ -189,6 +216,14 @@ bool constellationText(const std::string& dir, const Catalog& cat, std::string& 
         }
       }
       std::vector<Pt> loop = chain;
+      if (!samePt(loop.front(), loop.back())) {
+        ++openChains;
+        if (shape.closedBoundaries) {
+          err = "[" + dir + "/data/constellation_boundaries.dat] leaves the boundary of " + code +
+                " open: the file is cut or damaged";
+          return false;
+        }
+      }
       if (samePt(loop.front(), loop.back())) {
         loop.pop_back();
       } else {
@@ -227,6 +262,7 @@ bool constellationText(const std::string& dir, const Catalog& cat, std::string& 
       out << "END LINE\n";
     }
   }
+  st.openBoundaries = openChains;
   text = out.str();
   return true;
 }

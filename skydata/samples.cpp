@@ -1,3 +1,4 @@
+// Builds the sample models: nebula and galaxy images as textured quads placed on the sky.
 #include "skydata/samples.h"
 
 #include <cmath>
@@ -6,6 +7,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "skydata/quadmodel.h"
 #include "skydata/skymaps.h"
 
 namespace skydata {
@@ -89,18 +91,10 @@ const std::vector<SampleInfo>& sampleList() {
 }
 
 std::vector<Vec3> quadCorners(const PlacedImage& img, double d) {
-  Vec3 u[4], c = {0, 0, 0};
-  for (int i = 0; i < 4; ++i) {
-    u[i] = equatorialToGalactic(angToVec(img.corners[i][0], img.corners[i][1]));
-    for (int k = 0; k < 3; ++k) c[k] += u[i][k];
-  }
-  c = normalized(c);
-  std::vector<Vec3> out;
-  for (int i = 0; i < 4; ++i) {
-    const double t = d / dot(u[i], c);
-    out.push_back({u[i][0] * t, u[i][1] * t, u[i][2] * t});
-  }
-  return out;
+  Vec3 dirs[kQuadCorners];
+  for (int i = 0; i < kQuadCorners; ++i)
+    dirs[i] = equatorialToGalactic(angToVec(img.corners[i][0], img.corners[i][1]));
+  return quadOnSky(dirs, d);
 }
 
 std::vector<Vec3> misplace(const std::vector<Vec3>& pts) {
@@ -136,39 +130,14 @@ std::vector<Vec3> misplace(const std::vector<Vec3>& pts) {
 
 namespace {
 
-bool writeText(const std::string& path, const std::string& text, std::string& err) {
-  FILE* f = std::fopen(path.c_str(), "w");
-  if (!f) {
-    err = "cannot write [" + path + "]";
-    return false;
-  }
-  std::fputs(text.c_str(), f);
-  if (std::fclose(f) != 0) {
-    err = "cannot write [" + path + "]";
-    return false;
-  }
-  return true;
-}
-
 std::string quadObj(const SampleInfo& s, const std::vector<Vec3>& v, const std::string& what) {
-  char buf[256];
-  std::string o;
-  o += "# " + s.object + ": " + what + "\n";
-  o += "# Image " + s.image + " of the stellarium-data package, credit: " + s.credit + "\n";
-  o += "# Image licence: " + s.licence + "\n";
-  o += "# Distance: " + s.reference + "\n";
-  o += "# - unit in this model is " + s.unit + "\n";
-  o += "# - coordinate system is galactic\n\n";
-  o += "mtllib " + s.name + ".mtl\n";
-  for (const Vec3& p : v) {
-    std::snprintf(buf, sizeof buf, "v %.6f %.6f %.6f\n", p[0], p[1], p[2]);
-    o += buf;
-  }
-  // The image's first row is its top: texture t = 0 at the top corners (2 and 3).
-  o += "vt 0 1\nvt 1 1\nvt 1 0\nvt 0 0\n";
-  o += "g " + s.name + "\nusemtl " + s.name + "\n";
-  o += "f 1/1 2/2 3/3 4/4\n";
-  return o;
+  QuadModel q;
+  q.name = s.name;
+  q.comments = {s.object + ": " + what, "Image " + s.image + " of the stellarium-data package, credit: " + s.credit,
+                "Image licence: " + s.licence, "Distance: " + s.reference};
+  q.unit = s.unit;
+  q.corners = v;
+  return quadObjText(q);
 }
 
 }  // namespace
@@ -180,8 +149,7 @@ bool writeImageSample(const std::string& stel, const SampleInfo& s, const std::s
   Image pic;
   if (!readImageRGB(stel + "/nebulae/default/" + s.image, pic, err)) return false;
   if (!writePPM(dir + "/" + s.name + ".ppm", pic, err)) return false;
-  const std::string mtl = "# Material of the " + s.object + " sample\nnewmtl " + s.name +
-                          "\nKa 1 1 1 1\nKd 1 1 1 1\nKs 0 0 0 1\nTd modulate " + s.name + ".ppm\n";
+  const std::string mtl = quadMtlText(s.name, "Material of the " + s.object + " sample");
   if (!writeText(dir + "/" + s.name + ".mtl", mtl, err)) return false;
   const std::vector<Vec3> v = quadCorners(img, s.distance);
   if (!writeText(dir + "/" + s.name + ".obj", quadObj(s, v, "placed by the corner coordinates of its image"),

@@ -9,6 +9,8 @@
 
 #include "skydata/constell.h"
 #include "skydata/hipcat.h"
+#include "skydata/planets.h"
+#include "skydata/refcat.h"
 #include "skydata/samples.h"
 #include "skydata/skymaps.h"
 #include "skydata/sources.h"
@@ -59,6 +61,7 @@ int main(int argc, char** argv) {
   const std::string wmapDir = pkgs + "/healpy-data/usr/share/healpy/test/data/";
   const std::string fermi =
       pkgs + "/python3-photutils/usr/lib/python3/dist-packages/photutils/datasets/data/fermi_counts.fits.gz";
+  const std::string kstars = pkgs + "/kstars-data/usr/share/kstars";
   const std::string stardata = out + "/data/stardata", images = out + "/Images", samples = out + "/samples";
   if (!makeDirs(stardata + "/HIP") || !makeDirs(images) || !makeDirs(samples))
     return fail("cannot make the output folders under [" + out + "]");
@@ -68,13 +71,31 @@ int main(int argc, char** argv) {
   if (!loadCatalog(stel, cat, err)) return fail(err);
   std::printf("catalogue: %zu records, %zu Hipparcos stars\n", cat.all.size(), cat.hip.size());
 
+  // The second catalogue: J2000 positions to find the fast stars left at the Hipparcos epoch,
+  // and HD numbers where the first cross-identification has none.
+  if (!applySecondCatalogue(kstars, cat, err)) return fail(err);
+  std::printf("second catalogue: %zu fast stars moved to J2000, %zu HD numbers filled\n",
+              cat.movedToJ2000.size(), cat.hdFromSecondCatalogue.size());
+
+  // The planet table is made before anything is written: a damaged database stops the build
+  // with the other damaged inputs.
+  const std::string planetDb = pkgs + "/python3-astroquery/usr/lib/python3/dist-packages/astroquery/"
+                                     "exoplanet_orbit_database/tests/data/exoplanet_orbit_database.csv";
+  std::vector<PlanetRow> planetRows, planetsWritten;
+  std::string planetText;
+  if (!readPlanetDatabase(planetDb, planetRows, err)) return fail(err);
+  if (!planetTableText(planetRows, cat, planetText, planetsWritten, err)) return fail(err);
+
   std::string text;
   ConstellationStats cs;
   if (!constellationText(stel, cat, text, cs, err)) return fail(err);
   if (!writeText(stardata + "/constellation.txt", text)) return fail("cannot write the constellation file");
-  std::printf("constellations: %d, %d of %d figure segments, %d boundary loops\n", cs.constellations,
-              cs.writtenSegments, cs.sourceSegments, cs.boundaryBlocks);
+  std::printf("constellations: %d, %d of %d figure segments, %d boundary loops, %d open\n", cs.constellations,
+              cs.writtenSegments, cs.sourceSegments, cs.boundaryBlocks, cs.openBoundaries);
   if (!writeStarSets(cat, cs.figureStars, stardata + "/HIP", err)) return fail(err);
+
+  if (!writeText(stardata + "/planets.txt", planetText)) return fail("cannot write the planet table");
+  std::printf("planets: %zu of %zu in the database\n", planetsWritten.size(), planetRows.size());
 
   if (!writeText(stardata + "/bv_colormap.txt", bvColorMapText(256, -0.4, 2.0)) ||
       !writeText(stardata + "/sp_colormap.txt", spectralColorMapText()) ||
@@ -111,7 +132,7 @@ int main(int argc, char** argv) {
   // The folder is generated: keep it out of version control.
   if (!writeText(samples + "/.gitignore", "*\n")) return fail("cannot write [" + samples + "/.gitignore]");
 
-  if (!writeText(out + "/data/SOURCES.md", sourcesText(cat))) return fail("cannot write data/SOURCES.md");
+  if (!writeText(out + "/data/SOURCES.md", sourcesText(cat, planetsWritten))) return fail("cannot write data/SOURCES.md");
   std::printf("sky data written under [%s]\n", out.c_str());
   return 0;
 }

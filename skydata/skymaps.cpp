@@ -1,3 +1,4 @@
+// Builds the all-sky maps: reprojection onto the plate carree in galactic longitude and latitude.
 #include "skydata/skymaps.h"
 
 #include <chealpix.h>
@@ -244,7 +245,10 @@ Image carToMap(const std::vector<float>& values, int nx, int ny, const double cr
   const double hi = percentile(inside, 0.995);
   Image out{w, h, std::vector<uint8_t>(size_t(w) * h * 3, 0)};
   for (size_t i = 0; i < raw.size(); ++i) {
-    if (raw[i] < 0) continue;
+    if (raw[i] < 0) {
+      for (int c = 0; c < 3; ++c) out.rgb[i * 3 + c] = kNoDataRGB[c];
+      continue;
+    }
     const uint8_t v = scaleByte(raw[i], 0, hi);
     out.rgb[i * 3] = out.rgb[i * 3 + 1] = out.rgb[i * 3 + 2] = v;
   }
@@ -271,8 +275,61 @@ std::vector<double> starlightFlux(const std::vector<CatRecord>& all, char band, 
   return flux;
 }
 
-Image starlightMap(const std::vector<CatRecord>& all, char band, int w, int h) {
-  const std::vector<double> flux = starlightFlux(all, band, w, h);
+std::vector<double> smoothOnSphere(const std::vector<double>& density, int w, int h, double fwhmDeg) {
+  const double sigmaDeg = fwhmDeg / kFwhmPerSigma, pixelDeg = 180.0 / h;
+  // Along latitude: each row's light (density times the row's area, which goes with cos b) is
+  // shared among the rows within reach, then turned back into a density;
+  // what would fall beyond a pole stays in its row. The light is kept to the last bit of rounding.
+  std::vector<double> cosB(h);
+  for (int y = 0; y < h; ++y) {
+    double l, b;
+    pixelToLb(0, y, w, h, l, b);
+    cosB[y] = std::cos(b * kRadiansPerDegree);
+  }
+  const int reachY = int(std::ceil(kBeamReachSigmas * sigmaDeg / pixelDeg));
+  std::vector<double> weightY(2 * reachY + 1);
+  for (int k = -reachY; k <= reachY; ++k) weightY[k + reachY] = std::exp(-0.5 * std::pow(k * pixelDeg / sigmaDeg, 2));
+  std::vector<double> light(size_t(w) * h, 0.0);
+  for (int y = 0; y < h; ++y) {
+    // A row receives by the beam's weight times its area: the beam spreads light over solid
+    // angle, and the rows near a pole hold little of it.
+    double sum = 0;
+    for (int k = -reachY; k <= reachY; ++k)
+      if (y + k >= 0 && y + k < h) sum += weightY[k + reachY] * cosB[y + k];
+    for (int k = -reachY; k <= reachY; ++k) {
+      if (y + k < 0 || y + k >= h) continue;
+      const double share = weightY[k + reachY] * cosB[y + k] / sum;
+      for (int x = 0; x < w; ++x) light[size_t(y + k) * w + x] += share * density[size_t(y) * w + x] * cosB[y];
+    }
+  }
+  // Along longitude: a circular convolution of each row, with the beam as wide in pixels as the
+  // row's pixels are narrow (1 / cos b); a beam wider than the row spreads the row evenly.
+  std::vector<double> out(size_t(w) * h, 0.0);
+  std::vector<double> weightX;
+  for (int y = 0; y < h; ++y) {
+    const double sigmaX = sigmaDeg / (pixelDeg * cosB[y]);
+    const int reachX = int(std::ceil(kBeamReachSigmas * sigmaX));
+    const double* in = &light[size_t(y) * w];
+    double* row = &out[size_t(y) * w];
+    if (2 * reachX + 1 >= w) {
+      double sum = 0;
+      for (int x = 0; x < w; ++x) sum += in[x];
+      for (int x = 0; x < w; ++x) row[x] = sum / w / cosB[y];
+      continue;
+    }
+    weightX.assign(2 * reachX + 1, 0.0);
+    double sum = 0;
+    for (int k = -reachX; k <= reachX; ++k) sum += weightX[k + reachX] = std::exp(-0.5 * std::pow(k / sigmaX, 2));
+    for (int x = 0; x < w; ++x) {
+      if (in[x] == 0) continue;
+      for (int k = -reachX; k <= reachX; ++k) row[(x + k + w) % w] += in[x] * weightX[k + reachX] / sum;
+    }
+    for (int x = 0; x < w; ++x) row[x] /= cosB[y];
+  }
+  return out;
+}
+
+Image starlightImage(const std::vector<double>& flux, int w, int h) {
   std::vector<double> lit;
   for (double f : flux)
     if (f > 0) lit.push_back(std::log10(f));
@@ -285,6 +342,10 @@ Image starlightMap(const std::vector<CatRecord>& all, char band, int w, int h) {
     out.rgb[i * 3] = out.rgb[i * 3 + 1] = out.rgb[i * 3 + 2] = v;
   }
   return out;
+}
+
+Image starlightMap(const std::vector<CatRecord>& all, char band, int w, int h) {
+  return starlightImage(smoothOnSphere(starlightFlux(all, band, w, h), w, h, kStarlightBeamFwhmDeg), w, h);
 }
 
 }  // namespace skydata

@@ -1,3 +1,4 @@
+// Sky geometry for the builders: vectors, the equatorial to galactic rotation, angle conversions.
 #include "skydata/skymath.h"
 
 #include <cmath>
@@ -53,6 +54,11 @@ Vec3 cross(const Vec3& a, const Vec3& b) {
   Vec3 out;
   cross3D(a.data(), b.data(), out.data());
   return out;
+}
+
+double angleBetween(const Vec3& a, const Vec3& b) {
+  const Vec3 c = cross(a, b);
+  return std::atan2(std::sqrt(dot(c, c)), dot(a, b));
 }
 
 Vec3 angToVec(double aDeg, double bDeg) {

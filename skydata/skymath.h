@@ -13,6 +13,9 @@ using Vec3 = std::array<double, 3>;
 Vec3 normalized(const Vec3& v);
 double dot(const Vec3& a, const Vec3& b);
 Vec3 cross(const Vec3& a, const Vec3& b);
+// The angle between two directions of any lengths, in radians, in [0, pi]; exact for tiny angles,
+// where the arc cosine of a dot product is not.
+double angleBetween(const Vec3& a, const Vec3& b);
 
 // Unit vector towards longitude-like angle a and latitude-like angle b, both in degrees:
 // (cos a cos b, sin a cos b, sin b).

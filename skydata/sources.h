@@ -4,11 +4,13 @@
 #include <string>
 
 #include "skydata/hipcat.h"
+#include "skydata/planets.h"
 
 namespace skydata {
 
 std::string starParameterText();
 std::string textureListText();
-std::string sourcesText(const Catalog& cat);
+// The sources of every output; `planets` are the planets written to the planet table.
+std::string sourcesText(const Catalog& cat, const std::vector<PlanetRow>& planets);
 
 }  // namespace skydata

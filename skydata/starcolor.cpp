@@ -1,3 +1,4 @@
+// Star colours from B-V through temperature and blackbody spectra.
 #include "skydata/starcolor.h"
 
 #include <algorithm>

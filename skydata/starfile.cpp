@@ -1,3 +1,4 @@
+// Writes the star sets (.star files) from the catalogue's Hipparcos stars.
 #include "skydata/starfile.h"
 
 #include <cctype>
@@ -99,9 +100,55 @@ static const char* kHeader =
     "# class; where the type names no class of I to V, V is written, as the line needs the column.\n"
     "# Column 20: HD number (0 when none), 21: Hipparcos number, 22: proper name ('---' when none).\n"
     "# Stars without a positive parallax have no distance and are left out of every set.\n"
-    "# Where several components share a Hipparcos number, the brightest stands for it.\n"
-    "# Positions are for J2000; parallaxes as the package gives them (Hipparcos, in part the 2007\n"
-    "# new reduction, and Gaia DR2 for a few nearby stars).\n";
+    "# Where several records share a Hipparcos number (the components of a double or multiple\n"
+    "# star), one star stands for them at the brightest one's position with their summed light:\n"
+    "# V from the summed V fluxes, B-V from the summed B and V fluxes. Components with Hipparcos\n"
+    "# numbers of their own (alpha Cen A and B) stay apart.\n"
+    "# Positions are for J2000.\n"
+    "# Fast stars (proper motion above 200 mas/yr) that the package left at the Hipparcos epoch,\n"
+    "# J1991.25, are brought to J2000 by 8.75 years of their proper motion; they are found by the\n"
+    "# J2000 positions of the kstars-data package's Hipparcos-derived catalogue, which reaches\n"
+    "# V 9.0: fainter fast stars stand as the package gives them, Proxima Centauri (HIP 70890)\n"
+    "# among them at J1991.25.\n";
+
+std::string parallaxCreditText(const Catalog& cat) {
+  int gaia = 0, hip2007 = 0, unknown = 0;
+  for (const HipStar& s : cat.hip) {
+    if (!hasUsableParallax(s)) continue;
+    gaia += s.plxSource == ParallaxSource::GaiaDR2;
+    hip2007 += s.plxSource == ParallaxSource::Hipparcos2007;
+    unknown += s.plxSource == ParallaxSource::Unknown;
+  }
+  char text[512];
+  std::snprintf(text, sizeof text,
+                "# Parallaxes of the full set: %d from Gaia DR2 (Gaia Collaboration, Brown et al. 2018,\n"
+                "# A&A 616, A1), %d from the Hipparcos new reduction (van Leeuwen 2007, A&A 474, 653), told\n"
+                "# apart by the precision of their errors in the package's hip_plx_err.dat; %d without an\n"
+                "# error there, of a source the package does not tell.\n",
+                gaia, hip2007, unknown);
+  return text;
+}
+
+std::string hipCommentLines(const std::string& title, const std::vector<int>& hip) {
+  std::string out, line = "# ";
+  line += title;
+  line += ':';
+  if (hip.empty()) return line + " none.\n";
+  for (size_t i = 0; i < hip.size(); ++i) {
+    std::string item = " HIP ";
+    item += std::to_string(hip[i]);
+    item += i + 1 < hip.size() ? ',' : '.';
+    if (line.size() + item.size() > kCommentWidth) {
+      out += line;
+      out += '\n';
+      line.assign(1, '#');
+    }
+    line += item;
+  }
+  out += line;
+  out += '\n';
+  return out;
+}
 
 bool writeStarSets(const Catalog& cat, const std::set<int>& figureStars, const std::string& dir,
                    std::string& err) {
@@ -126,6 +173,8 @@ bool writeStarSets(const Catalog& cat, const std::set<int>& figureStars, const s
     }
     std::fprintf(f, "NUM_STARS %d\nSIZE %.7f %d\n", count, kParsecMantissa, kParsecPower);
     std::fputs(kHeader, f);
+    std::fputs(hipCommentLines("Brought from J1991.25 to J2000", cat.movedToJ2000).c_str(), f);
+    std::fputs(parallaxCreditText(cat).c_str(), f);
     if (n < 12)
       std::fprintf(
           f,

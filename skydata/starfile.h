@@ -30,6 +30,15 @@ std::string starLine(const HipStar& s);
 // usable parallax whatever its V.
 bool inSet(const HipStar& s, int n);
 
+// Comment lines crediting the parallaxes of the stars with a usable one: how many come from
+// Gaia DR2 and how many from the Hipparcos new reduction.
+std::string parallaxCreditText(const Catalog& cat);
+
+// Comment lines "# <title>: HIP 1, HIP 2." naming a list of Hipparcos numbers, wrapped at
+// kCommentWidth characters (the readers take lines of 512 bytes); "none." for an empty list.
+constexpr size_t kCommentWidth = 96;
+std::string hipCommentLines(const std::string& title, const std::vector<int>& hip);
+
 // Writes <dir>/hip.<n>.star for n = 1..12: the stars of inSet, and in every set also the stars
 // of usable parallax whose Hipparcos number is in `figureStars`, so that the constellation
 // figures are whole whichever set is shown. Returns false with a message on a write failure.

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "coords/constants.h"
 #include "coords/math3D.h"
 #include "fileio/common.h"
 #include "fileio/entropy.h"
@@ -32,8 +33,6 @@ constexpr int kPointTokens = 3;
 constexpr int kEntryMaxTokens = 2;
 // Red, green, blue and alpha.
 constexpr int kColorComponents = 4;
-// Right ascension comes in hours.
-constexpr double kDegreesPerHour = 15.0;
 // Boundaries vanish once a view unit is this many decades larger than their sphere's radius.
 constexpr double kBoundVisibleDecades = 4.0;
 // Name cube: labelScale times 1/100 of its distance; the text 0.012 of the cube per stroke unit.

@@ -194,6 +194,9 @@ class StarList {
   // line on standard error.
   bool parseStarLine(char* line, const char* file, int lineNo, float factor, float exponent,
                      NODE_StarObject* out);
+  // Sorts the n records of *array nearest first, in place (*array stays the same block); the
+  // index array comes from allocFunc and goes back through freeFunc. Without memory for it the
+  // process ends with status 1 after a line on standard error.
   void sortStarObjs(NODE_StarObject** array, int n);
   void quickSortByIndex(int** index, NODE_StarObject* stars, int left, int right);
   void mergeStarObjs(NODE_StarObject** a, int* na, NODE_StarObject* b, int nb);

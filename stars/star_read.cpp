@@ -2,7 +2,6 @@
 // into one catalogue; the line functions of the star engine's readers.
 #include "stars/star.h"
 
-#include <cctype>
 #include <cmath>
 #include <cstdarg>
 #include <cstdlib>
@@ -10,23 +9,34 @@
 
 #include "fileio/common.h"
 #include "fileio/entropy.h"
+#include "stars/star_fields.h"
 
 // ---------------------------------------------------------------------------------------------
 // Line functions
 
+namespace {
+
+// White space as isspace has it in the C locale, which the program never leaves; tested inline
+// because every character of a catalogue passes here several times.
+inline bool isSpaceChar(char c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+}  // namespace
+
 void StarList::chomp(char* line) {
   size_t n = strlen(line);
-  while (n > 0 && isspace((unsigned char)line[n - 1])) line[--n] = 0;
+  while (n > 0 && isSpaceChar(line[n - 1])) line[--n] = 0;
 }
 
 int StarList::isComment(char* line) {
-  while (*line && isspace((unsigned char)*line)) line++;
+  while (*line && isSpaceChar(*line)) line++;
   return *line == '#' ? 1 : 0;
 }
 
 int StarList::isBlankLine(char* line) {
   for (; *line; line++)
-    if (!isspace((unsigned char)*line)) return 0;
+    if (!isSpaceChar(*line)) return 0;
   return 1;
 }
 
@@ -65,10 +75,10 @@ bool knownSpType(const char* t) {
 const char* nameColumn(const char* line) {
   const char* p = line;
   for (int t = 0; t < 21; t++) {
-    while (*p && isspace((unsigned char)*p)) p++;
-    while (*p && !isspace((unsigned char)*p)) p++;
+    while (*p && isSpaceChar(*p)) p++;
+    while (*p && !isSpaceChar(*p)) p++;
   }
-  while (*p && isspace((unsigned char)*p)) p++;
+  while (*p && isSpaceChar(*p)) p++;
   return p;
 }
 
@@ -138,23 +148,28 @@ bool readStarHeader(FILE* fp, const char* file, bool quiet, StarFileHeader* h) {
 
 }  // namespace
 
-// Parses one data line into s. False after a report.
+// Parses one data line into out. False after a report.
 bool StarList::parseStarLine(char* buf, const char* file, int lineNo, float factor, float exponent,
                              NODE_StarObject* out) {
-  double d[10] = {0};
-  float f[6] = {0};
-  char cls[512], type[512], name[512];
-  float spNum = 0;
-  int hd = 0, hic = 0;
-  int k = sscanf(buf, "%lf %lf %lf %lf %lf %lf %lf %lf %lf %lf %f %f %f %f %f %f %511s %f %511s %d %d %511s",
-                 &d[0], &d[1], &d[2], &d[3], &d[4], &d[5], &d[6], &d[7], &d[8], &d[9], &f[0], &f[1], &f[2],
-                 &f[3], &f[4], &f[5], cls, &spNum, type, &hd, &hic, name);
+  StarFields fields;
+  for (double& v : fields.d) v = 0;
+  for (float& v : fields.f) v = 0;
+  fields.spNum = 0;
+  fields.hd = fields.hic = 0;
+  int k = scanStarFields(buf, &fields);
   if (!allowedFieldCount(k)) {
     reportStarFile(file, lineNo, buf, "\tThis data line is of invalid data format!\n\n");
     return false;
   }
+  const double* d = fields.d;
+  const float* f = fields.f;
+  const char* cls = fields.cls;
+  const char* type = fields.type;
+  float spNum = fields.spNum;
 
-  NODE_StarObject s{};
+  // The record is filled where it stands in the array: no copy of it is made.
+  NODE_StarObject& s = *out;
+  s = NODE_StarObject{};
   s.basePos.x = d[0] * factor;
   s.basePos.y = d[1] * factor;
   s.basePos.z = d[2] * factor;
@@ -202,8 +217,8 @@ bool StarList::parseStarLine(char* buf, const char* file, int lineNo, float fact
                    lineNo, s.spType);
     return false;
   }
-  if (k >= 20) s.HD = hd;
-  if (k >= 21) s.HIC = hic;
+  if (k >= 20) s.HD = fields.hd;
+  if (k >= 21) s.HIC = fields.hic;
   if (k >= 22) {
     // The name may hold blanks: it is the rest of the raw line. A name of 32 characters or more
     // is cut to the 31 that the field can hold with its terminating zero.
@@ -223,7 +238,6 @@ bool StarList::parseStarLine(char* buf, const char* file, int lineNo, float fact
   s.VMag = k >= 4 ? (float)computeVMag((float)(-2.5 * log10(s.lum)), (float)s.basePos.s) : 0.0f;
   s.nPlanets = 0;
   s.planets = nullptr;
-  *out = s;
   return true;
 }
 

@@ -1,5 +1,5 @@
-// Sorting the records of one star file by distance: the index quicksort and the copy into a
-// new array, nearest star first.
+// Sorting the records of one star file by distance: the index quicksort and the move of the
+// records into that order within their own array, nearest star first.
 //
 // The quicksort takes the key at `left` (after the swap with `right`) as its pivot, which on a
 // file already in distance order peels off one or two records a partition and scans the rest
@@ -130,18 +130,38 @@ constexpr int kTreeMinRange = 256;
 void StarList::sortStarObjs(NODE_StarObject** array, int n) {
   size_t slots = n > 0 ? (size_t)n : 1;
   int* index = (int*)allocFunc(sizeof(int) * slots);
-  NODE_StarObject* out = (NODE_StarObject*)allocFunc(sizeof(NODE_StarObject) * slots);
-  if (!index || !out) {
+  if (!index) {
     fprintf(stderr, "Error allocating memory to outObj (sortStarObj)\n");
     exit(1);
   }
   for (int i = 0; i < n; i++) index[i] = i;
   quickSortByIndex(&index, *array, 0, n - 1);
-  // The index is descending by distance: copied in reverse, the array is nearest first.
-  for (int i = 0; i < n; i++) out[i] = (*array)[index[n - 1 - i]];
+  // The index is descending by distance: read in reverse, slot i takes record index[n - 1 - i].
+  // The records are moved in place along the cycles of that permutation, so each moves once and
+  // the file's array is the only one; a slot that has its record is marked with -1.
+  NODE_StarObject* a = *array;
+  auto source = [&](int i) { return index[n - 1 - i]; };
+  auto markDone = [&](int i) { index[n - 1 - i] = -1; };
+  for (int start = 0; start < n; start++) {
+    if (source(start) < 0) continue;
+    if (source(start) == start) {
+      markDone(start);
+      continue;
+    }
+    NODE_StarObject held = a[start];
+    int to = start;
+    for (;;) {
+      int from = source(to);
+      markDone(to);
+      if (from == start) {
+        a[to] = held;
+        break;
+      }
+      a[to] = a[from];
+      to = from;
+    }
+  }
   freeFunc(index);
-  freeFunc(*array);
-  *array = out;
 }
 
 void StarList::quickSortByIndex(int** index, NODE_StarObject* st, int left, int right) {

@@ -62,6 +62,7 @@ extern std::string objFileExport;  // export file name (panel text)
 extern float distObjModel;         // distance of the model, file units
 extern int unitObjModel;           // panel id of the chosen unit
 extern int coordObjModel;          // panel id of the chosen coordinate system
+extern int exportImageWcs;         // 1: an exported image model gets its WCS (FITS) and AVM (XMP) too
 constexpr int kMaxRecentFiles = 9;
 extern char recentFiles[kMaxRecentFiles][512];  // file names of recent models, entry 0 newest
 extern char recentPaths[kMaxRecentFiles][512];  // their directories, as given

@@ -36,6 +36,7 @@ std::string objFileExport;
 float distObjModel = 0;
 int unitObjModel = kUnitBase;
 int coordObjModel = kCoordBase;
+int exportImageWcs = 0;
 char recentFiles[kMaxRecentFiles][512];
 char recentPaths[kMaxRecentFiles][512];
 int nRecentFiles = 0;

@@ -186,6 +186,7 @@ void addAlignmentObjPanel(GLUI_Control* rollout) {
     floatSlider(rollout, "opacity(fixed)", &alignFixedModelAlpha, kOpacityMin, kOpacityMax, kNoCallback,
                 kFineSpeed);
   editWithButton(rollout, "ObjFile:", &objFileExport, kIdExport, kExportEditWidth, "Export", kIdExport);
+  glui->add_checkbox_to_panel(rollout, "Export WCS + AVM (image)", &exportImageWcs, kIdExportWcs, cb());
   GLUI_Control* d = glui->add_spinner_to_panel(rollout, "Distance", GLUI_SPINNER_FLOAT, &distObjModel);
   d->set_float_limits(kDistanceMin, kDistanceMax);
   GLUI_Control* unit = glui->add_listbox_to_panel(rollout, "Unit:", &unitObjModel);

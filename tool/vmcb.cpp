@@ -20,9 +20,9 @@
 #include "tool/velmora.h"
 #include "tool/vmbuild.h"
 #include "tool/vmfile.h"
+#include "tool/vmimage.h"
 #include "tool/vmpick.h"
 #include "viewer/tarnwick.h"
-#include "viewer/window_scope.h"
 
 const char* const mouseHelpText =
     "     Mouse Control :\n"
@@ -385,7 +385,6 @@ bool changeFovy() {
     return false;
   }
   currFovy = myCurrFovy;
-  WindowScope onMain(mainWindow);
   View view = mainView();
   resetView(&view);
   return true;
@@ -398,7 +397,6 @@ bool changeAspect() {
     syncPanel();
     return false;
   }
-  WindowScope onMain(mainWindow);
   View view = mainView();
   if (!fixAspectRatio) {
     currAspect = myCurrAspect;
@@ -429,7 +427,6 @@ bool lookAtStar() {
     printf("Please pick a star and press the button again.\n");
     return true;
   }
-  WindowScope onMain(mainWindow);
   View view = mainView();
   double g[3], u[3];
   copy3D(g, view.viewDir);
@@ -470,9 +467,9 @@ bool lookAtStar() {
 // recent list whatever the export's outcome, so that it can be opened again.
 void exportModel() {
   std::string target = alignpath + "/" + objFileExport;
-  WindowScope onMain(mainWindow);
-  exportObjFile(target.c_str(), alignfile, alignModel, alignModelMatrix, initTranMat, distObjModel,
-                unitObjModel - kUnitBase, coordObjModel - kCoordBase);
+  const int written = exportObjFile(target.c_str(), alignfile, alignModel, alignModelMatrix, initTranMat,
+                                    distObjModel, unitObjModel - kUnitBase, coordObjModel - kCoordBase);
+  if (written == 1 && exportImageWcs) exportWcsOfImage(target);
   addRecentFile(alignpath.c_str(), objFileExport.c_str());
 }
 
@@ -537,12 +534,9 @@ void myGLUICallback(int id) {
     case kIdDir:
       listDirectory();
       break;
-    case kIdOpen: {
-      // The first view of the new model is set up in the picture's matrices, not the panel's.
-      WindowScope onMain(mainWindow);
+    case kIdOpen:
       openFile(alignpath.c_str(), try_open_alignfile.c_str());
       break;
-    }
     case kIdFovy:
       if (!changeFovy()) return;
       break;
@@ -635,11 +629,12 @@ void myGLUICallback(int id) {
     case kIdExport:
       exportModel();
       break;
-    case kRecentListBase: {
-      WindowScope onMain(mainWindow);  // as for kIdOpen
+    case kIdExportWcs:
+      // The choice takes effect at the next export; nothing to draw anew.
+      break;
+    case kRecentListBase:
       openRecentFile(recentListBoxID - kRecentListBase);
       break;
-    }
     case kTexListBase:
       // Choosing a map switches to single-map mode, the texture on.
       texChoice = kTexChoiceOne;

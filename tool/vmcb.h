@@ -72,4 +72,5 @@ enum ToolCallbackId {
   kIdPickConstellation = 57,
   kIdRedisplay = 64,
   kIdExport = 70,
+  kIdExportWcs = 730,  // check box: the export writes an image model's WCS and AVM as well
 };

@@ -22,6 +22,7 @@
 #include "fileio/common.h"
 #include "fileio/entropy.h"
 #include "tool/velmora.h"
+#include "tool/vmimage.h"
 #include "viewer/glui.h"
 #include "viewer/panel.h"
 #include "viewer/tarnwick.h"
@@ -387,6 +388,27 @@ int openFile(const char* dir, const char* name) {
     return -1;
   }
 
+  // A sky picture is placed first (or stood facing the view), and the model written for it is
+  // opened in its stead: the recent list and the title name that model.
+  std::string imageModel, imageDir, imageName;
+  const ImageOpen image = modelOfImage(path, imageModel);
+  if (image == ImageOpen::Failed) {
+    panelSync();
+    return -1;
+  }
+  if (image != ImageOpen::NotAnImage) {
+    if (imageModel.size() >= sizeof path) {
+      fprintf(stderr, "Err : cannot open [%s] (path too long)\n", imageModel.c_str());
+      panelSync();
+      return -1;
+    }
+    copyText(path, imageModel.c_str(), sizeof path);
+    const size_t slash = imageModel.rfind('/');
+    imageDir = imageModel.substr(0, slash);
+    imageName = imageModel.substr(slash + 1);
+    dir = imageDir.c_str();
+    name = imageName.c_str();
+  }
   fprintf(stderr, "Try to read [%s] (please wait) ... ", path);
   fflush(stderr);
   // A directory opens for reading too, but holds no model.

@@ -52,7 +52,11 @@ const char* exportCoordLine(int coord);
 // nothing else happens. On every failure the old model stays in force. A file that the model
 // reader or the drawing would end the process on (an unknown vertex keyword, a material file or
 // texture image that can't be opened, an unknown image type or texture mode) is refused with
-// "Err : [path]: reason\n" behind "failed to read.\n". Never exits but out of memory.
+// "Err : [path]: reason\n" behind "failed to read.\n". A FITS, PNG or JPEG picture is first made
+// into a quad model by modelOfImage (tool/vmimage.h, with its messages), placed on the sky or
+// standing facing the view, and that model is opened in its stead (path, title and recent list
+// name the model); a picture whose pixels can't be read is refused with modelOfImage's message
+// alone. Never exits but out of memory.
 // Returns 1 when the new model is in place, -1 otherwise.
 int openFile(const char* dir, const char* name);
 

@@ -29,8 +29,6 @@ const double kLogParsecMetres = std::log10(kMetresPerParsec);
 const double kLogLightYearMetres = std::log10(kMetresPerLightYear);
 // Fractions are shown as percentages.
 constexpr double kPercent = 100.0;
-// Right ascension is shown in hours of 15 degrees.
-constexpr double kDegreesPerHour = 15.0;
 // The names are shown up to this many bytes.
 constexpr size_t kNameBytes = 300;
 

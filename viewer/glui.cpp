@@ -315,7 +315,18 @@ int GLUI_Control::delete_item(int itemId) {
 }
 
 void GLUI_Control::execute_callback() {
-  if (callback) callback(id);
+  if (!callback) return;
+  // A callback acts on the picture (its matrices, its redisplay, a model opened into it), while
+  // the panel's frame has the panel's window current: the picture's window is made current for
+  // the callback and the panel's put back after it. A callback that closes the panel only asks
+  // for it (see drawPanelWindow), so the panel's window still exists to go back to.
+  const int picture = glui ? glui->mainGfxWindow : 0;
+  if (picture > 0 && glutGet(GLUT_INIT_STATE)) {
+    WindowScope onPicture(picture);
+    callback(id);
+  } else {
+    callback(id);
+  }
 }
 
 namespace {

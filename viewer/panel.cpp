@@ -428,6 +428,10 @@ void panelSetSpecialFunc(void (*func)(int, int, int)) {
   glutSpecialFunc(mainSpecial);
 }
 
+int panelWantsFrames() {
+  return panelWin && (pendingFrames > 0 || !inputQueue.empty()) ? 1 : 0;
+}
+
 void panelSetIdleFunc(void (*func)()) {
   glutIdleFunc(func);
 }

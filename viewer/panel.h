@@ -56,6 +56,8 @@ void panelAfterPictureFrame();
 // Panel frames drawn since the panel was made (0 without one): lets callers see that a frame
 // was drawn.
 long panelFrameCount();
+// 1 while the panel still has frames to draw or input to feed (it redraws itself until then).
+int panelWantsFrames();
 
 // Callback registration for the main window, in place of the GLUT calls of the same name.
 void panelSetReshapeFunc(void (*func)(int width, int height));

@@ -11,9 +11,12 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "coords/camera.h"
 #include "coords/constants.h"
 #include "coords/math3D.h"
 #include "fileio/common.h"
+#include "movie/movierec.h"
+#include "viewer/event_wait.h"
 #include "viewer/panel.h"
 #include "viewer/window_scope.h"
 
@@ -82,6 +85,12 @@ const double viewFarPlane = 10000.0;
 
 namespace {
 
+// How long idle waits for an event when nothing moves: short enough that a redisplay posted
+// without an event (a panel callback's, say) is drawn at once to the eye.
+constexpr int kIdleWaitMs = 10;
+// The window's width and height without a movie, in pixels.
+constexpr int kDefaultWindowSize = 256;
+
 const char kAboutText[] =
     "tarnwick 1.0\n"
     "  a viewer framework for one scene\n"
@@ -149,11 +158,19 @@ void usage(const char*) {
 }
 
 void myInit() {
-  // A movie script would be loaded here and give the window size; the movie library joins
-  // the framework later, and until then scpFile stays empty on every path.
   movieRec = nullptr;
-  winW = 256;
-  winH = 256;
+  if (scpFile[0]) {
+    movieRec = new MovieRecord;
+    if (movieRec->loadFile(scpFile, 1) == -1) {
+      fprintf(stderr, "Err : in movie script [%s]!\n\n", scpFile);
+      exit(1);
+    }
+    // A movie is made at the size its script names, so its dumped frames have that size.
+    movieRec->getWindowSize(&winW, &winH);
+  } else {
+    winW = kDefaultWindowSize;
+    winH = kDefaultWindowSize;
+  }
   countPlay = 0;
   currLogScale = 0.0;
   frameRateFlag = 0;
@@ -281,9 +298,14 @@ void myGLInit(int argc, char** argv) {
   glClearColor(0.0f, 0.0f, 0.0f, 0.0f);
   if (jitterSize > 1) glClearAccum(0.0f, 0.0f, 0.0f, 0.0f);
 
-  // With a movie the start view would be its frame 0 (frameNum 0.0); see myInit.
-  View view = initView();
-  frameNum = -1.0;
+  // A movie starts at its first frame; without one there is no frame to count.
+  View view;
+  if (movieRec && movieRec->retrieveFrame(0.0, &view) == 1) {
+    frameNum = 0.0;
+  } else {
+    view = initView();
+    frameNum = movieRec ? 0.0 : -1.0;
+  }
   resetView(&view);
 
   showFrameNumberFlag = showAxesFlag = showCubesFlag = showParsecCubesFlag = 0;
@@ -309,8 +331,9 @@ void myGLInit(int argc, char** argv) {
 }
 
 void myExit(int status) {
-  // The movie and the cameras are freed here once they join the framework; the tool never
-  // makes them.
+  delete movieRec;
+  movieRec = nullptr;
+  if (cameras) freeCameras(cameras);
   deleteScene();
   panelDestroy();
   exit(status);
@@ -405,7 +428,11 @@ void display() {
     startTime = userSeconds();
     getStartTime = 1;
   }
-  // jitterSize stays 1 until the jittered frame joins the framework with the movie options.
+  if (jitterSize != 1) {
+    displayJitteredFrame();
+    panelAfterPictureFrame();
+    return;
+  }
   glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
   double before = frameRateFlag ? userSeconds() : 0.0;
   drawFrame(0, 0);
@@ -421,11 +448,12 @@ void display() {
 }
 
 void drawFrame(int pickMode, int jitterPass) {
-  (void)jitterPass;  // used by the jittered frame and the cameras
-  int nFrames = -1;  // getNFrames of the movie, once there is one
+  int nFrames = movieRec ? movieRec->getNFrames() : -1;
   unsigned int renderMode = (unsigned int)(useMaterial | useSmooth | useTexture);
+  cameraFrameBegin(jitterPass);
   glMatrixMode(GL_MODELVIEW);
   if (pickMode) {
+    // The pick pass leaves the camera's matrices on the stacks.
     glPushMatrix();
     renderScene(frameNum, nFrames, renderMode, currLogScale, 1);
     glPopMatrix();
@@ -467,7 +495,12 @@ void drawFrame(int pickMode, int jitterPass) {
     glutWireCube(0.1);
     glPopMatrix();
   }
-  // The frame number overlay (showFrameNumberFlag) needs a movie; it comes with the movie.
+  if (showFrameNumberFlag) {
+    glDisable(GL_DEPTH_TEST);
+    showFrameNum();
+    glEnable(GL_DEPTH_TEST);
+  }
+  cameraFrameEnd(jitterPass);
 }
 
 void reshape(int width, int height) {
@@ -496,8 +529,17 @@ void reshape(int width, int height) {
 void idle() {
   if (gluiCreatePtr) glutSetWindow(mainWindow);
   if (idleCBFuncPtr && idleCBFuncPtr() == 1) return;
-  // The movie steps and the dump on start come in here with the movie.
+  dumpOnStartIfDue();
+  playMovieStep();
   idleSpin();
+  // With nothing turning and no panel frames to come, wait for the next event a moment rather than
+  // come straight back: GLUT calls idle in a loop, and a still picture would take a whole core.
+  // Idle is still called between events, so the spin's time and the throw's rule see it as before.
+  // A playing movie has a frame to show in every call, and the dump on start counts user time,
+  // which a wait doesn't spend: neither of them waits.
+  const bool busy = idleRotModel || idleRotView || idleRotObj || panelWantsFrames() ||
+                    (movieRec && countPlay != kPlayStopped) || justDump;
+  if (!busy) waitForWindowEvent(kIdleWaitMs);
 }
 
 void reportGLError() {

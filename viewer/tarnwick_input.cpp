@@ -150,8 +150,14 @@ void motion(int x, int y) {
     glTranslated(dx * move, 0.0, -dy * move);
     glMultMatrixd(m);
   } else if (mouseButton == 1) {
-    // Control with a movie steps the movie; that row joins with the movie library.
-    if (alt || !shift) {
+    const bool control = (mouseModifiers & GLUT_ACTIVE_CTRL) != 0;
+    if (control && movieRec) {
+      // The drag runs the movie along instead of turning the view.
+      if (dx > 0.0)
+        specKey(GLUT_KEY_RIGHT, x, y);
+      else if (dx < 0.0)
+        specKey(GLUT_KEY_LEFT, x, y);
+    } else if (alt || !shift) {
       double axis[3] = {-dy, dx, 0.0};
       double len = sqrt(axis[0] * axis[0] + axis[1] * axis[1]);
       if (len > 0.0) {
@@ -226,8 +232,26 @@ void keyboard(unsigned char key, int x, int y) {
       sensitivity = doubleSensitivity(sensitivity);
       if (printEnable) fprintf(stderr, "sensitivity = %f\n", sensitivity);
       break;
+    case 'n':
+      if (movieRec) menuSelect(kMenuShowFrameNum);
+      break;
+    case '<':
+      if (movieRec) specKey(GLUT_KEY_LEFT, x, y);
+      break;
+    case '>':
+      if (movieRec) specKey(GLUT_KEY_RIGHT, x, y);
+      break;
+    case 'r':
+      if (movieRec) menuSelect(kMenuReloadScript);
+      break;
+    case 'x':
+      if (movieRec) menuSelect(kMenuPlayOnce);
+      break;
+    case 'z':
+      if (movieRec) menuSelect(kMenuPlayLoop);
+      break;
     default:
-      // "<", ">", "n", "r", "x" and "z" act on a movie only; "c" does nothing at all.
+      // "c" stands in the help text as dumping a movie, but no command ever hung on it.
       break;
   }
 }
@@ -237,6 +261,8 @@ void specKey(int key, int x, int y) {
   WindowScope onMain(mainWindow);
   if (specKeyCBFuncPtr && specKeyCBFuncPtr(key, x, y) == 1) return;
   // F1 to F12, the arrows left and right, page, home, end and insert act on a movie only.
+  if (movieSpecKey(key)) return;
+  if (movieRec && key == GLUT_KEY_INSERT) menuSelect(kMenuDumpScreen);
   if (key == GLUT_KEY_UP || key == GLUT_KEY_DOWN) {
     currLogScale += key == GLUT_KEY_UP ? 0.02 : -0.02;
     glutPostRedisplay();

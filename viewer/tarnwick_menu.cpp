@@ -3,7 +3,10 @@
 #include <GL/gl.h>
 
 #include <cstdio>
+#include <cstring>
 
+#include "fileio/common.h"
+#include "movie/movierec.h"
 #include "viewer/tarnwick.h"
 
 int mainMenu = 0, generalMenu = 0, movieMenu = 0, lightMenu = 0, lightCtrlMenu = 0, lightEnableMenu = 0;
@@ -13,6 +16,8 @@ namespace {
 // The movie menu's "Goto Frame" entries and the keys F1 to F10 spread at most this many
 // frames evenly over a movie.
 constexpr int kGotoFrameStops = 10;
+// Room for every "Goto Frame" target: frame 0 and one per stop.
+constexpr int kGotoFrameEntries = kGotoFrameStops + 1;
 
 // Makes one menu current for the life of a scope, as GLUT fills and empties only the current
 // menu, and puts the one that was current back at its end.
@@ -70,9 +75,31 @@ int functionKeyTarget(int keyNumber, int nFrames) {
   return (keyNumber - 1) * (nFrames - 1) / ((nFrames < kGotoFrameStops ? nFrames : kGotoFrameStops) - 1);
 }
 
+std::vector<MenuEntry> movieMenuEntries(int nFrames, int playing) {
+  std::vector<MenuEntry> entries;
+  int targets[kGotoFrameEntries];
+  // Frame 0 always has its entry, even in a movie without key frames, where it leads nowhere.
+  const int count = gotoFrameTargets(nFrames, targets);
+  for (int i = 0; i < count; ++i) {
+    char label[64];
+    snprintf(label, sizeof label, "Goto Frame %d/%d", targets[i], nFrames - 1);
+    entries.push_back({label, kMenuGotoFrame0 + targets[i]});
+  }
+  entries.push_back({"Play Movie Once", kMenuPlayOnce});
+  entries.push_back({playing ? "Stop Movie Loop" : "Play Movie Loop", kMenuPlayLoop});
+  entries.push_back({"Dump Frames", kMenuDumpFrames});
+  entries.push_back({"Dump Screen", kMenuDumpScreen});
+  entries.push_back({"Show Frame Num", kMenuShowFrameNum});
+  entries.push_back({"Reload Script", kMenuReloadScript});
+  return entries;
+}
+
 void resetMovieMenu() {
-  // The entries need a loaded movie's frame count (see gotoFrameTargets); without a movie
-  // there is no movie menu to fill.
+  if (!movieMenu || !movieRec) return;
+  MenuScope scope(movieMenu);
+  removeAllMenuItems();
+  for (const MenuEntry& e : movieMenuEntries(movieRec->getNFrames(), countPlay != kPlayStopped))
+    glutAddMenuEntry(e.label.c_str(), e.item);
 }
 
 void resetLightCtrlMenu() {
@@ -116,10 +143,14 @@ void resetLightMenu() {
 void buildMenuItems() {
   generalMenu = glutCreateMenu(menuCallback);
   resetGeneralMenu();
+  if (movieRec) {
+    movieMenu = glutCreateMenu(menuCallback);
+    resetMovieMenu();
+  }
   mainMenu = glutCreateMenu(menuCallback);
   glutAddMenuEntry("Help", kMenuHelp);
   glutAddSubMenu("General", generalMenu);
-  // The "Movie" submenu stands here when a movie is loaded.
+  if (movieRec) glutAddSubMenu("Movie", movieMenu);
   glutAddMenuEntry("Reset View", kMenuResetView);
   glutAddMenuEntry("Frame Rate", kMenuFrameRate);
   glutAddMenuEntry("About", kMenuAbout);
@@ -219,10 +250,61 @@ int menuSelectLight(int item) {
   return 1;
 }
 
-int menuSelectMovie(int) {
-  // Frames, play, loop, dumps and the reload act on a loaded movie. Movies join the
-  // framework with the movie library; until then none is ever loaded, and no item is theirs.
-  return 0;
+int menuSelectMovie(int item) {
+  if (!movieRec) return 0;
+  if (item >= kMenuGotoFrame0 && item < kMenuGotoFrame0 + movieRec->getNFrames()) {
+    const double frame = item - kMenuGotoFrame0;
+    setMovieView(frame);
+    frameNum = frame;
+    glutPostRedisplay();
+    return 1;
+  }
+  switch (item) {
+    case kMenuPlayOnce:
+      stopAllSpins();
+      // A second press stops the play where it stands; the next starts from the beginning.
+      if (countPlay == kPlayStopped) {
+        frameNum = 0.0;
+        countPlay = kPlayOnce;
+      } else {
+        countPlay = kPlayStopped;
+      }
+      return 1;
+    case kMenuPlayLoop:
+      stopAllSpins();
+      countPlay = countPlay == kPlayStopped ? kPlayLoop : kPlayStopped;
+      if (useGLUTMenu) resetMovieMenu();
+      return 1;
+    case kMenuReloadScript:
+      stopAllSpins();
+      countPlay = kPlayStopped;
+      return reloadMovieScript();
+    case kMenuDumpFrames: {
+      stopAllSpins();
+      countPlay = 0;
+      fprintf(stderr, "\nInput Frame's File Header (enter \"c\" to cancel) : ");
+      char head[kViewerPathSize];
+      // One word, bounded by the buffer; nothing read leaves the head as it was.
+      if (scanf("%511s", head) == 1) copyText(movieFileHead, head, sizeof movieFileHead);
+      if (strcmp(movieFileHead, "c") == 0) {
+        fprintf(stderr, "- cancelled.\n");
+        return 1;
+      }
+      fprintf(stderr, "\nInput Frame Number Offset : ");
+      if (scanf("%d", &frameNumOffset) != 1) frameNumOffset = 0;
+      dumpMovie(1);
+      return 1;
+    }
+    case kMenuDumpScreen:
+      dumpScreen("", GL_FRONT);
+      return 1;
+    case kMenuShowFrameNum:
+      showFrameNumberFlag = !showFrameNumberFlag;
+      glutPostRedisplay();
+      return 1;
+    default:
+      return 0;
+  }
 }
 
 int menuSelect(int item) {
@@ -235,8 +317,11 @@ int menuSelect(int item) {
       break;
     case kMenuResetView: {
       stopAllSpins();
-      View view = initView();
-      resetView(&view);
+      // With a movie the view goes back to the frame on show.
+      if (setMovieView(frameNum) != 1) {
+        View view = initView();
+        resetView(&view);
+      }
       glutPostRedisplay();
       break;
     }

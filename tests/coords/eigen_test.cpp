@@ -1,3 +1,4 @@
+// Tests of the eigen solver against matrices with known eigenvalues and vectors.
 #include "coords/eigen.h"
 
 #include <gtest/gtest.h>

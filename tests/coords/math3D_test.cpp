@@ -1,3 +1,4 @@
+// Tests of the vector and matrix functions.
 #include "coords/math3D.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// Tests of power homogeneous coordinates.
 #include "coords/phcoord.h"
 
 #include <gtest/gtest.h>

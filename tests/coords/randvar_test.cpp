@@ -1,3 +1,4 @@
+// Tests of the random generator and its distributions.
 #include "coords/randvar.h"
 
 #include <gtest/gtest.h>

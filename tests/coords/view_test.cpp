@@ -1,3 +1,4 @@
+// Tests of the view record.
 #include "coords/view.h"
 
 #include <gtest/gtest.h>

@@ -467,3 +467,95 @@ TEST(EZCheck, RefusesEachKindOfDamage) {
     fclose(f);
   }
 }
+
+// The streaming expansion delivers, byte for byte and message for message, what the whole-block
+// reader delivers: on sound containers and on each kind of damage the lenient reader lives with.
+TEST(EZContainer, ExpandToFileDeliversWhatReadDeflateZipDelivers) {
+  TempDir dir;
+  Bytes data = eztest::sampleData(100000);
+  Bytes good = packToFile(dir.file("g.ez"), data);
+  uint32_t n = eztest::getBE32(good, 2);
+  ASSERT_EQ(n, 4u);
+  uint32_t off1 = eztest::getBE32(good, 6 + 4);
+  uint32_t size1 = eztest::getBE32(good, 6 + 4 * n + 4);
+  std::vector<std::pair<std::string, Bytes>> cases;
+  cases.push_back({"sound", good});
+  cases.push_back({"empty", Bytes("EZ\0\0\0\0", 6)});
+  Bytes crc = good;
+  crc[off1 + size1 - 8] ^= 1;
+  cases.push_back({"crc of the second chunk", crc});
+  Bytes flipped = good;
+  flipped[off1 + 3] ^= 0xff;
+  cases.push_back({"data of the second chunk", flipped});
+  Bytes outside = good;
+  eztest::putBE32(outside, 6 + 4, 0x7fffffff);
+  cases.push_back({"second offset outside", outside});
+  Bytes oversize = good;
+  eztest::putBE32(oversize, 6 + 4 * n + 4, 70000);
+  cases.push_back({"second size above the buffer", oversize});
+  Bytes huge = good;
+  eztest::putBE32(huge, 2, 0xfffffff0u);
+  cases.push_back({"huge count", huge});
+  cases.push_back({"truncated", good.substr(0, good.size() - 100)});
+  cases.push_back({"expands past its room", eztest::makeContainer({eztest::makeChunk(Bytes(40000, 'z')),
+                                                                   eztest::makeChunk("tail")})});
+  for (auto& [name, bytes] : cases) {
+    writeFile(dir.file("c.ez"), bytes);
+    FILE* in = fopen(dir.file("c.ez").c_str(), "rb");
+    unsigned char* block = nullptr;
+    int size = -1;
+    CaptureStderr();
+    ReadDeflateZip(in, &block, &size);
+    std::string wantErr = GetCapturedStderr();
+    Bytes want(reinterpret_cast<char*>(block), static_cast<size_t>(size));
+    long wantPos = ftell(in);
+    free(block);
+    rewind(in);
+    FILE* out = tmpfile();
+    CaptureStderr();
+    int r = ExpandToFile(in, out);
+    std::string gotErr = GetCapturedStderr();
+    EXPECT_EQ(r, wantPos + 1) << name;
+    rewind(out);
+    EXPECT_EQ(eztest::readAll(out), want) << name;
+    EXPECT_EQ(gotErr, wantErr) << name;
+    fclose(out);
+    fclose(in);
+  }
+}
+
+TEST(EZCheck, ExpandCheckedWritesTheSoundContainerAndStopsAtTheFirstFault) {
+  TempDir dir;
+  Bytes data = eztest::sampleData(100000);
+  Bytes good = packToFile(dir.file("g.ez"), data);
+  uint32_t n = eztest::getBE32(good, 2);
+  uint32_t off2 = eztest::getBE32(good, 6 + 8);
+  uint32_t size2 = eztest::getBE32(good, 6 + 4 * n + 8);
+  for (int damaged = 0; damaged < 2; damaged++) {
+    Bytes bytes = good;
+    if (damaged) bytes[off2 + size2 - 8] ^= 1;  // the third chunk's CRC
+    writeFile(dir.file("c.ez"), bytes);
+    FILE* in = fopen(dir.file("c.ez").c_str(), "rb");
+    FILE* out = tmpfile();
+    EZInfo info, checked;
+    std::string why, checkWhy;
+    bool sound = expandCheckedEZ(in, out, &info, &why);
+    EXPECT_EQ(ftell(in), 0);
+    bool checkSound = checkEZ(in, &checked, &checkWhy);
+    EXPECT_EQ(sound, !damaged);
+    EXPECT_EQ(sound, checkSound);
+    EXPECT_EQ(why, checkWhy);
+    EXPECT_EQ(info.expandedSize, checked.expandedSize);
+    rewind(out);
+    Bytes written = eztest::readAll(out);
+    if (damaged) {
+      EXPECT_EQ(why, "chunk 3 of 4: CRC error");
+      EXPECT_EQ(written, data.substr(0, 2 * EZ_CHUNK_SIZE));  // the chunks before the fault
+    } else {
+      EXPECT_EQ(written, data);
+      EXPECT_EQ(info.expandedSize, 100000);
+    }
+    fclose(out);
+    fclose(in);
+  }
+}

@@ -1,3 +1,4 @@
+// Container fixtures for the EZ tests: hand-built containers and file bytes.
 #include "ez_fixtures.h"
 
 #include <zlib.h>

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "ez_fixtures.h"
+#include "fileio/entropy.h"
 #include "tests/support/testutil.h"
 
 using eztest::Bytes;
@@ -144,4 +145,43 @@ TEST(Ezpack, MissingInputAndUnwritableOutput) {
   r = run(ezpack() + " pack " + dir.path() + " " + dir.file("d.ez"));
   EXPECT_EQ(r.status, 1) << "a folder is no input";
   EXPECT_FALSE(fileExists(dir.file("d.ez")));
+}
+
+// Unpacking checks as it writes: a damaged container is named as such also when its output
+// can't be made, and a sound one unpacks to the packed bytes.
+TEST(Ezpack, DamageIsNamedBeforeAnOutputThatCannotBeMade) {
+  TempDir dir;
+  writeFile(dir.file("bad.ez"), Bytes("EZ\0\0\0\1", 6));
+  auto r = run(ezpack() + " unpack " + dir.file("bad.ez") + " " + dir.file("no/such/folder/x"));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, "ezpack: " + dir.file("bad.ez") +
+                       ": damaged or not an EZ container: chunk count 1 needs tables longer than the file\n");
+  Bytes data = eztest::sampleData(100000);
+  writeFile(dir.file("in.txt"), data);
+  ASSERT_EQ(run(ezpack() + " pack " + dir.file("in.txt") + " " + dir.file("good.ez")).status, 0);
+  r = run(ezpack() + " unpack " + dir.file("good.ez") + " " + dir.file("no/such/folder/x"));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("ezpack: cannot create a file beside " + dir.file("no/such/folder/x")), std::string::npos)
+      << r.err;
+  r = run(ezpack() + " unpack " + dir.file("good.ez") + " " + dir.file("out.txt"));
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(readFile(dir.file("out.txt")), data);
+}
+
+// Packing goes a chunk at a time, and the container is byte for byte the one PackFromFile
+// writes from the whole file in memory.
+TEST(Ezpack, PackWritesWhatPackFromFileWrites) {
+  TempDir dir;
+  for (size_t size : {size_t(0), size_t(1), size_t(32767), size_t(32768), size_t(32769), size_t(100000)}) {
+    Bytes data = eztest::sampleData(size, 5);
+    writeFile(dir.file("in.txt"), data);
+    auto r = run(ezpack() + " pack " + dir.file("in.txt") + " " + dir.file("p.ez"));
+    ASSERT_EQ(r.status, 0) << size << ": " << r.err;
+    FILE* in = fopen(dir.file("in.txt").c_str(), "rb");
+    FILE* out = fopen(dir.file("ref.ez").c_str(), "wb");
+    PackFromFile(out, in);
+    fclose(in);
+    fclose(out);
+    EXPECT_EQ(readFile(dir.file("p.ez")), readFile(dir.file("ref.ez"))) << size;
+  }
 }

@@ -1,3 +1,4 @@
+// Helpers for the model library's tests: models from text and runs in a child process.
 #include "tests/model/glm_testutil.h"
 
 #include <fcntl.h>

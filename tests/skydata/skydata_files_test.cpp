@@ -14,6 +14,7 @@
 
 #include "tests/support/testutil.h"
 #include "skydata/hipcat.h"
+#include "skydata/refcat.h"
 #include "skydata/samples.h"
 #include "skydata/skymaps.h"
 #include "skydata/skymath.h"
@@ -128,6 +129,20 @@ const Catalog& source() {
   if (!loaded) {
     std::string err;
     loaded = loadCatalog(stellarium(), cat, err);
+    EXPECT_TRUE(loaded) << err;
+  }
+  return cat;
+}
+
+// The catalogue with the mends the builder makes from the second catalogue, as the star sets
+// were written from it.
+const Catalog& mended() {
+  static Catalog cat;
+  static bool loaded = false;
+  if (!loaded) {
+    std::string err;
+    cat = source();
+    loaded = applySecondCatalogue(root() + "/.cache/pkgs/kstars-data/usr/share/kstars", cat, err);
     EXPECT_TRUE(loaded) << err;
   }
   return cat;
@@ -304,7 +319,7 @@ TEST(SkyDataFiles, KnownStarsArePlacedAndMeasuredAsPublished) {
 
 TEST(SkyDataFiles, CountsPerSetMatchTheSource) {
   VELMORA_REQUIRE_SKY_DATA();
-  const Catalog& cat = source();
+  const Catalog& cat = mended();
   EXPECT_EQ(cat.all.size(), 129592u + 48019u);
   EXPECT_EQ(cat.recordsWithHip, 129592);
   EXPECT_EQ(cat.hip.size(), 118215u);
@@ -496,17 +511,15 @@ TEST(SkyDataFiles, GalacticPlaneAndCentreLieWhereTheSphereMapsThem) {
   };
   EXPECT_GT(at(280.5, -32.9), 2 * at(79.5, -32.9));
   EXPECT_GT(at(280.5, -32.9), 2 * at(280.5, 32.9));
-  // The gamma-ray counts cover |l| <= 20, |b| <= 10 only.
+  // The gamma-ray counts cover |l| <= 20, |b| <= 10 only; beyond, the map's no-data colour.
   const Image f = map("fermi.ppm");
   int x, y;
   lbToPixel(0.0, 0.0, f.width, f.height, x, y);
   EXPECT_GT(px(f, x, y), 100);
-  lbToPixel(180.0, 0.0, f.width, f.height, x, y);
-  EXPECT_EQ(px(f, x, y), 0);
-  lbToPixel(0.0, 15.0, f.width, f.height, x, y);
-  EXPECT_EQ(px(f, x, y), 0);
-  lbToPixel(25.0, 0.0, f.width, f.height, x, y);
-  EXPECT_EQ(px(f, x, y), 0);
+  for (const auto& [l, b] : {std::pair{180.0, 0.0}, std::pair{0.0, 15.0}, std::pair{25.0, 0.0}}) {
+    lbToPixel(l, b, f.width, f.height, x, y);
+    for (int c = 0; c < 3; ++c) EXPECT_EQ(f.rgb[(size_t(y) * f.width + x) * 3 + c], kNoDataRGB[c]) << l << " " << b;
+  }
 }
 
 TEST(SkyDataFiles, BrightStarsFallOnBrightPixelsOfTheStarlightMaps) {
@@ -635,4 +648,264 @@ TEST(SkyDataFiles, SpectralTemperatureScaleAgreesWithTheColoursOfTheCatalogueDwa
     if (type == "K9(V)") inRange = false;
   }
   EXPECT_EQ(compared, 40);
+}
+
+TEST(SkyDataFiles, FastStarsStandAtTheirJ2000Positions) {
+  VELMORA_REQUIRE_SKY_DATA();
+  // Published J2000 positions (ICRS, epoch J2000; SIMBAD, from Gaia DR3 astrometry). The package
+  // gave these stars where they stood at J1991.25, 36" to 62" short of these.
+  struct Fast {
+    const char* what;
+    int hip;
+    double ra, dec;  // degrees
+  };
+  const Fast fast[] = {
+      {"61 Cyg A", 104214, 316.7247483, 38.7494161},      // 21 06 53.9396 +38 44 57.898
+      {"Lacaille 9352", 114046, 346.4668154, -35.8530692},  // 23 05 52.0357 -35 51 11.049
+      {"Groombridge 1830", 57939, 178.2448679, 37.7186778},  // 11 52 58.7683 +37 43 07.240
+  };
+  // The old positions sit at 8.2 to 8.5 years of motion from J2000 rather than 8.75: up to
+  // 0.55 years of the fastest star's 7"/yr is left, under 4".
+  constexpr double kToleranceArcsec = 4.5;
+  const StarFile& f = fullSet();
+  const Catalog& cat = source();
+  for (const Fast& k : fast) {
+    SCOPED_TRACE(k.what);
+    auto it = f.byHic.find(k.hip);
+    ASSERT_NE(it, f.byHic.end());
+    const Line& s = f.lines[it->second];
+    const Vec3 eq = galacticToEquatorial(normalized(Vec3{s.x, s.y, s.z}));
+    const double sep = angleDeg(eq, angToVec(k.ra, k.dec)) * 3600.0;
+    EXPECT_LT(sep, kToleranceArcsec);
+    // And where the package's own position and motion put it after 8.75 years.
+    const int i = findHip(cat, k.hip);
+    ASSERT_GE(i, 0);
+    const HipStar& h = cat.hip[i];
+    const double years = kJ2000 - kHipparcosEpoch;
+    const double moved = std::hypot(h.pmRaMasYr, h.pmDecMasYr) * years / 1000.0;
+    const double fromSource = angleDeg(eq, angToVec(h.raDeg, h.decDeg)) * 3600.0;
+    EXPECT_NEAR(fromSource, moved, 0.01);
+    EXPECT_GT(fromSource, 30.0);
+  }
+  // Barnard's star already stood at J2000 (17 57 48.498 +04 41 36.21, SIMBAD) and stays there.
+  const Line& b = f.lines[f.byHic.at(87937)];
+  const Vec3 eq = galacticToEquatorial(normalized(Vec3{b.x, b.y, b.z}));
+  EXPECT_LT(angleDeg(eq, angToVec(269.4520750, 4.6933917)) * 3600.0, 1.0);
+  // The header names the stars moved.
+  std::ifstream in(testsupport::starSetPath(1));
+  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  EXPECT_NE(text.find("# Brought from J1991.25 to J2000: HIP 473,"), std::string::npos);
+  EXPECT_NE(text.find(" HIP 104214,"), std::string::npos);
+  EXPECT_NE(text.find(" HIP 114046,"), std::string::npos);
+  EXPECT_EQ(text.find(" HIP 87937,"), std::string::npos);
+}
+
+TEST(SkyDataFiles, MultipleStarsShineWithTheSummedLightOfTheirComponents) {
+  VELMORA_REQUIRE_SKY_DATA();
+  const StarFile& f = fullSet();
+  const Line& castor = f.lines[f.byHic.at(36850)];
+  const double d = std::sqrt(castor.x * castor.x + castor.y * castor.y + castor.z * castor.z);
+  const double v = -2.5 * std::log10(castor.lum) + 5 * std::log10(d) - 5;
+  // Castor, A and B together: V = 1.58 (ESA 1997, The Hipparcos Catalogue, ESA SP-1200, HIP 36850,
+  // field H5). The package's two records are quantised to 0.05 mag; A alone is 1.90.
+  EXPECT_NEAR(v, 1.58, 0.05);
+  EXPECT_EQ(castor.name, "Castor");
+  // Each star of several records: V from their summed V fluxes, B-V from their summed B and V.
+  const Catalog& cat = source();
+  std::map<int, std::vector<const CatRecord*>> records;
+  for (const CatRecord& r : cat.all)
+    if (r.hip) records[r.hip].push_back(&r);
+  int multiple = 0;
+  for (const HipStar& s : cat.hip) {
+    const auto& rs = records.at(s.hip);
+    EXPECT_EQ(s.components, int(rs.size()));
+    if (rs.size() < 2) continue;
+    ++multiple;
+    double fv = 0, fb = 0, brightest = 99;
+    for (const CatRecord* r : rs) {
+      fv += std::pow(10.0, -0.4 * r->vmag);
+      fb += std::pow(10.0, -0.4 * (r->vmag + r->bv));
+      brightest = std::fmin(brightest, r->vmag);
+    }
+    const double vSum = -2.5 * std::log10(fv);
+    ASSERT_NEAR(s.vmag, vSum, 1e-9) << s.hip;
+    ASSERT_NEAR(s.bv, -2.5 * std::log10(fb) - vSum, 1e-9) << s.hip;
+    ASSERT_LT(s.vmag, brightest) << s.hip;
+  }
+  EXPECT_EQ(multiple, 11236);
+  // Acrux and Arcturus (whose second record is a companion the reduction split off) too.
+  for (int hip : {60718, 69673}) {
+    const int i = findHip(cat, hip);
+    ASSERT_GE(i, 0);
+    EXPECT_EQ(cat.hip[i].components, 2) << hip;
+  }
+}
+
+TEST(SkyDataFiles, ParallaxesAreCreditedToTheMissionsTheyComeFrom) {
+  VELMORA_REQUIRE_SKY_DATA();
+  const StarFile& f = fullSet();
+  // Published parallaxes and errors: Barnard's star 547.4506 +- 0.2899 mas (Gaia DR2, Gaia
+  // Collaboration 2018, source 4472832130942575872); Sirius 379.21 +- 1.58 mas (van Leeuwen 2007,
+  // too bright for Gaia DR2).
+  struct Plx {
+    int hip;
+    double plx, err;
+    ParallaxSource source;
+  };
+  const Plx known[] = {{87937, 547.4506, 0.2899, ParallaxSource::GaiaDR2},
+                       {32349, 379.21, 1.58, ParallaxSource::Hipparcos2007}};
+  const Catalog& cat = source();
+  for (const Plx& k : known) {
+    SCOPED_TRACE(k.hip);
+    const Line& s = f.lines[f.byHic.at(k.hip)];
+    EXPECT_NEAR(s.distErr, k.err / k.plx, 1e-5);
+    EXPECT_EQ(cat.hip[findHip(cat, k.hip)].plxSource, k.source);
+  }
+  EXPECT_EQ(parallaxSourceOf("0.0606"), ParallaxSource::GaiaDR2);
+  EXPECT_EQ(parallaxSourceOf("1.58"), ParallaxSource::Hipparcos2007);
+  EXPECT_EQ(parallaxSourceOf("1.3"), ParallaxSource::Hipparcos2007);
+  int gaia = 0, hip2007 = 0, unknown = 0;
+  for (const HipStar& s : cat.hip) {
+    if (s.plxMas <= 0) continue;
+    gaia += s.plxSource == ParallaxSource::GaiaDR2;
+    hip2007 += s.plxSource == ParallaxSource::Hipparcos2007;
+    unknown += s.plxSource == ParallaxSource::Unknown;
+  }
+  EXPECT_EQ(gaia, 108643);
+  EXPECT_EQ(hip2007, 8545);
+  EXPECT_EQ(unknown, 215);
+  const std::string credit =
+      "# Parallaxes of the full set: 108643 from Gaia DR2 (Gaia Collaboration, Brown et al. 2018,\n"
+      "# A&A 616, A1), 8545 from the Hipparcos new reduction (van Leeuwen 2007, A&A 474, 653), told\n"
+      "# apart by the precision of their errors in the package's hip_plx_err.dat; 215 without an\n"
+      "# error there, of a source the package does not tell.\n";
+  for (int n : {1, 12}) {
+    std::ifstream in(testsupport::starSetPath(n));
+    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    EXPECT_NE(text.find(credit), std::string::npos) << n;
+    EXPECT_EQ(text.find("Gaia DR2 for a few nearby stars"), std::string::npos) << n;
+  }
+  std::ifstream in(root() + "/data/SOURCES.md");
+  std::string sources((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  EXPECT_NE(sources.find("parallaxes: 108643 from Gaia DR2 (Gaia Collaboration, Brown et al. 2018, A&A 616, A1) "
+                         "and 8545 from the Hipparcos new reduction (van Leeuwen 2007, A&A 474, 653)"),
+            std::string::npos);
+}
+
+TEST(SkyDataFiles, AlbireoHeadsCygnusWithTheHdNumberOfTheSecondCatalogue) {
+  VELMORA_REQUIRE_SKY_DATA();
+  // The package's cross-identification gives Albireo (HIP 95947) no HD number; the second
+  // catalogue's does: HD 183912 (beta1 Cyg, Henry Draper Catalogue; SIMBAD).
+  EXPECT_EQ(source().hip[findHip(source(), 95947)].hd, 0);
+  const Catalog& cat = mended();
+  EXPECT_EQ(cat.hip[findHip(cat, 95947)].hd, 183912);
+  EXPECT_EQ(cat.hdFromSecondCatalogue.size(), 19u);
+  // Every HD number filled is one the package's cross-identification gives no other star.
+  std::map<int, int> hdCount;
+  for (const HipStar& s : source().hip)
+    if (s.hd > 0) ++hdCount[s.hd];
+  for (int hip : cat.hdFromSecondCatalogue) EXPECT_EQ(hdCount.count(cat.hip[findHip(cat, hip)].hd), 0u) << hip;
+  // Cygnus's figure: the line from Sadr (HD 194093) through eta Cyg (HD 188947) ends at Albireo.
+  std::ifstream in(root() + "/data/stardata/constellation.txt");
+  std::string l, figure;
+  bool cyg = false;
+  while (std::getline(in, l)) {
+    if (l.rfind("CONSTELLATION ", 0) == 0) cyg = l == "CONSTELLATION Cyg Cygnus";
+    if (cyg && l.rfind("HD", 0) == 0) figure += l + " ";
+    if (cyg && l == "END LINE") figure += "| ";
+  }
+  EXPECT_NE(figure.find("HD194093 HD188947 HD183912 | "), std::string::npos) << figure;
+  // Albireo is in every star set, the brightest included, as a figure star.
+  for (int n = 1; n <= 12; ++n) {
+    const StarFile f = readStarFile(n);
+    auto it = f.byHic.find(95947);
+    ASSERT_NE(it, f.byHic.end()) << n;
+    EXPECT_EQ(f.lines[it->second].hd, 183912);
+    EXPECT_EQ(f.lines[it->second].name, "Albireo");
+  }
+}
+
+TEST(SkyDataFiles, GammaRayMapMarksTheSkyItDoesNotCoverApartFromZeroCounts) {
+  VELMORA_REQUIRE_SKY_DATA();
+  // The Fermi-LAT counts of the package cover |l| <= 20, |b| <= 10.
+  const Image m = map("fermi.ppm");
+  ASSERT_EQ(m.width, 1024);
+  int outside = 0, outsideMarked = 0, inside = 0, insideMarked = 0, insideGrey = 0, insideBlack = 0;
+  for (int y = 0; y < m.height; ++y)
+    for (int x = 0; x < m.width; ++x) {
+      double l, b;
+      pixelToLb(x, y, m.width, m.height, l, b);
+      if (l > 180) l -= 360;
+      const uint8_t* p = &m.rgb[(size_t(y) * m.width + x) * 3];
+      const bool marked = p[0] == 24 && p[1] == 24 && p[2] == 40;
+      // Leave the pixels on the edge of the covered box to either side.
+      const bool in = std::fabs(l) < 19.8 && std::fabs(b) < 9.8, out = std::fabs(l) > 20.2 || std::fabs(b) > 10.2;
+      if (out) {
+        ++outside;
+        outsideMarked += marked;
+      } else if (in) {
+        ++inside;
+        insideMarked += marked;
+        insideGrey += p[0] == p[1] && p[1] == p[2];
+        insideBlack += p[0] == 0 && p[1] == 0 && p[2] == 0;
+      }
+    }
+  EXPECT_EQ(outsideMarked, outside);
+  EXPECT_EQ(insideMarked, 0);
+  EXPECT_EQ(insideGrey, inside);
+  EXPECT_GT(inside, 6000);
+  // Pixels without a count stay black, told apart from the sky without data.
+  EXPECT_GT(insideBlack, 0);
+  // The texture list says what the colours mean.
+  std::ifstream in(root() + "/Images/ALL.texture");
+  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  EXPECT_NE(text.find("# elsewhere there is no data, shown as a dim blue-grey (24 24 40) apart from any count; "
+                      "10 GeV.\n"),
+            std::string::npos);
+}
+
+TEST(SkyDataFiles, StarlightMapsAreSmoothedByTheirBeamKeepingTheLight) {
+  VELMORA_REQUIRE_SKY_DATA();
+  // Mean difference of horizontally neighbouring pixels, away from the poles' stretched rows.
+  auto contrast = [](const Image& m) {
+    double sum = 0;
+    long n = 0;
+    for (int y = m.height / 6; y < m.height * 5 / 6; ++y)
+      for (int x = 0; x < m.width; ++x, ++n) sum += std::fabs(px(m, (x + 1) % m.width, y) - px(m, x, y));
+    return sum / double(n);
+  };
+  for (const char band : {'B', 'V'}) {
+    SCOPED_TRACE(band);
+    const Image built = map(std::string("starlight_") + band + ".ppm");
+    const std::vector<double> raw = starlightFlux(source().all, band, built.width, built.height);
+    const Image perPixel = starlightImage(raw, built.width, built.height);
+    const double before = contrast(perPixel), after = contrast(built);
+    EXPECT_GT(before, 20.0);
+    EXPECT_LT(after, before / 4) << before << " " << after;
+    // The light kept: the sum of surface brightness times each pixel's area (cos b).
+    const std::vector<double> smooth =
+        smoothOnSphere(raw, built.width, built.height, kStarlightBeamFwhmDeg);
+    double total0 = 0, total1 = 0;
+    for (int y = 0; y < built.height; ++y) {
+      double l, b;
+      pixelToLb(0, y, built.width, built.height, l, b);
+      const double area = std::cos(b * kRadiansPerDegree);
+      for (int x = 0; x < built.width; ++x) {
+        total0 += raw[size_t(y) * built.width + x] * area;
+        total1 += smooth[size_t(y) * built.width + x] * area;
+      }
+    }
+    EXPECT_NEAR(total1 / total0, 1.0, 1e-12);
+    // The built map is the smoothed one.
+    EXPECT_EQ(starlightImage(smooth, built.width, built.height).rgb, built.rgb);
+  }
+  // A single star spreads to the beam: half its peak about 0.5 degree (1.4 pixels) from it.
+  std::vector<double> one(1024 * 512, 0.0);
+  one[size_t(256) * 1024 + 100] = 1.0;
+  const std::vector<double> spread = smoothOnSphere(one, 1024, 512, kStarlightBeamFwhmDeg);
+  const double peak = spread[size_t(256) * 1024 + 100];
+  EXPECT_GT(spread[size_t(256) * 1024 + 101], 0.5 * peak);
+  EXPECT_LT(spread[size_t(256) * 1024 + 102], 0.5 * peak);
+  EXPECT_GT(spread[size_t(257) * 1024 + 100], 0.5 * peak);
+  EXPECT_LT(spread[size_t(258) * 1024 + 100], 0.5 * peak);
 }

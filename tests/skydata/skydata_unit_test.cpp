@@ -14,6 +14,7 @@
 #include "tests/support/testutil.h"
 #include "skydata/constell.h"
 #include "skydata/hipcat.h"
+#include "skydata/refcat.h"
 #include "skydata/samples.h"
 #include "skydata/skymaps.h"
 #include "skydata/skymath.h"
@@ -72,6 +73,14 @@ TEST(SkyMath, RotationIsOrthonormalAndInvertible) {
   EXPECT_NEAR(dot(g, g), 1.0, 1e-12);
   const Vec3 back = galacticToEquatorial(g);
   for (int k = 0; k < 3; ++k) EXPECT_NEAR(back[k], v[k], 1e-12);
+}
+
+TEST(SkyMath, AngleBetweenDirectionsIsExactForTinyAnglesAndAnyLengths) {
+  EXPECT_NEAR(angleBetween({1, 0, 0}, {0, 2, 0}), kPi / 2, 1e-15);
+  EXPECT_NEAR(angleBetween({3, 0, 0}, {-1, 0, 0}), kPi, 1e-15);
+  // One milliarcsecond, where the arc cosine of a dot product would give 0.
+  const double mas = kRadiansPerDegree / kMasPerDegree;
+  EXPECT_NEAR(angleBetween({1000, 0, 0}, {std::cos(mas), std::sin(mas), 0}) / mas, 1.0, 1e-9);
 }
 
 TEST(HipCatalog, DecodesAStarAtTheCentreOfItsZone) {
@@ -394,6 +403,9 @@ void writeSkyTree(TempDir& dir, const std::string& figures) {
             "AAA DDD\n");
 }
 
+// The made-up sky: two constellations, the second's boundary left open.
+const SkyShape kSmallSky{2, false};
+
 Catalog smallCatalog() {
   Catalog cat;
   for (int hip = 1; hip <= 7; ++hip) {
@@ -413,7 +425,7 @@ TEST(Constellations, FiguresBoundariesAndSharedStarsAsTheReaderTakesThem) {
   writeSkyTree(dir, "Aaa 3 1 2 2 3 5 6\nBbb 2 3 4 4 7\n");
   std::string text, err;
   ConstellationStats st;
-  ASSERT_TRUE(constellationText(dir.path(), smallCatalog(), text, st, err)) << err;
+  ASSERT_TRUE(constellationText(dir.path(), smallCatalog(), text, st, err, kSmallSky)) << err;
   // The name starts at column 18; a star with no HD number breaks its segment off; star 3 is
   // named alpha Bbb, so it is SHARED in the figure of Aaa only; the three boundary pieces of Aaa
   // close into one loop, and the one open piece of Bbb is drawn out and back.
@@ -440,8 +452,64 @@ TEST(Constellations, AnHdNumberOfTwoStarsIsNotUsedAndAnEmptyFigureIsRefused) {
   cat.hip[0].hd = 102;  // stars 1 and 2 share HD 102: the reader would find the first only
   std::string text, err;
   ConstellationStats st;
-  EXPECT_FALSE(constellationText(dir.path(), cat, text, st, err));
+  EXPECT_FALSE(constellationText(dir.path(), cat, text, st, err, kSmallSky));
   EXPECT_EQ(err, "constellation Bbb has no figure star in the sets");
   EXPECT_EQ(st.writtenSegments, 1);  // of Aaa only the segment from star 3 to star 4
   EXPECT_EQ(st.figureStars, (std::set<int>{3, 4}));
+}
+
+TEST(SecondCatalogue, MovesOnlyTheFastStarsFoundAtTheOldEpochAndFillsOnlyFreeHdNumbers) {
+  Catalog cat;
+  auto star = [](int hip, double ra, double dec, double pmRa, double pmDec, int hd) {
+    HipStar s;
+    s.hip = hip;
+    s.raDeg = ra;
+    s.decDeg = dec;
+    s.vmag = 5;
+    s.pmRaMasYr = pmRa;
+    s.pmDecMasYr = pmDec;
+    s.hasPm = true;
+    s.hd = hd;
+    return s;
+  };
+  // 1: fast, at the old epoch (the second catalogue has it 8.75 years on: 5 arcsec/yr north).
+  // 2: fast, already at J2000. 3: slow, left alone whatever the second catalogue says.
+  cat.hip = {star(1, 10, 20, 0, 5000, 0), star(2, 50, -30, 0, 3000, 101), star(3, 90, 0, 100, 0, 0)};
+  const double aheadDeg = 5.0 * (kJ2000 - kHipparcosEpoch) / 3600.0;
+  std::vector<RefStar> ref = {{10, 20 + aheadDeg, 5.1, 0}, {50, -30, 5.0, 0}, {90.01, 0, 5.0, 0}};
+  EXPECT_EQ(bringFastStarsToJ2000(cat, ref), std::vector<int>{1});
+  EXPECT_NEAR(cat.hip[0].decDeg, 20 + aheadDeg, 1e-9);
+  EXPECT_NEAR(cat.hip[0].raDeg, 10, 1e-9);
+  EXPECT_EQ(cat.hip[1].decDeg, -30);
+  EXPECT_EQ(cat.hip[2].raDeg, 90);
+  // HD numbers: star 1 gets the one at its place; star 3 none, as the number there is star 2's.
+  const std::vector<RefStar> hd = {{10, 20 + aheadDeg, 5.2, 777}, {90, 0, 5.0, 101}};
+  EXPECT_EQ(fillMissingHd(cat, hd), std::vector<int>{1});
+  EXPECT_EQ(cat.hip[0].hd, 777);
+  EXPECT_EQ(cat.hip[2].hd, 0);
+  // A star too faint for a record nearby is not matched.
+  Catalog faint;
+  faint.hip = {star(4, 10, 20, 0, 0, 0)};
+  faint.hip[0].vmag = 8;
+  EXPECT_TRUE(fillMissingHd(faint, hd).empty());
+}
+
+TEST(SecondCatalogue, DamagedFilesAreRefusedWithTheirNames) {
+  TempDir dir;
+  std::vector<RefStar> out;
+  std::string err;
+  EXPECT_FALSE(readRefText(dir.file("none.dat"), out, err));
+  EXPECT_EQ(err, "cannot read [" + dir.file("none.dat") + "]");
+  writeFile(dir.file("short.dat"),
+            "# header\n064508.92 -164258.0 -000546.0-001223.100379.2 -1.4400.01A0 1            , alp CMa, Sirius\n");
+  EXPECT_FALSE(readRefText(dir.file("short.dat"), out, err));
+  EXPECT_EQ(err, "[" + dir.file("short.dat") +
+                     "] holds 1 stars where it must hold at least 125000: the file is cut or damaged");
+  ASSERT_EQ(out.size(), 1u);
+  EXPECT_NEAR(out[0].raDeg, (6 + 45 / 60.0 + 8.92 / 3600) * 15, 1e-9);
+  EXPECT_NEAR(out[0].decDeg, -(16 + 42 / 60.0 + 58.0 / 3600), 1e-9);
+  EXPECT_NEAR(out[0].vmag, -1.44, 1e-9);
+  writeFile(dir.file("bin.dat"), std::string(200, 'x'));
+  EXPECT_FALSE(readRefBinary(dir.file("bin.dat"), out, err));
+  EXPECT_EQ(err, "[" + dir.file("bin.dat") + "] is not a star data file of 32-byte records");
 }

@@ -320,3 +320,31 @@ TEST(StarSort, LargestSetInDistanceOrderIsSortedDescending) {
   for (int i : index) seen[i]++;
   EXPECT_EQ(std::count(seen.begin(), seen.end(), 1), n);
 }
+
+// The records land in the reverse of the index order the reference sort gives, each one whole
+// and in the block it came in, whatever cycles the permutation has.
+TEST(StarSort, RecordsMoveInPlaceIntoTheReverseIndexOrder) {
+  StarList list;
+  for (const SynthCase& c : kSynth) {
+    for (int n : kSizes) {
+      std::mt19937 rng(static_cast<unsigned>(n) * 104729u + 3u);
+      std::vector<NODE_StarObject> st = starsWithKeys(c.keys(n, rng));
+      for (int i = 0; i < n; i++) st[i].HD = i * 3 + 1;  // a second field that travels along
+      std::vector<int> idx = identity(st.size());
+      if (n > 1) referenceQuickSort(idx.data(), st.data(), 0, n - 1);
+      size_t slots = n > 0 ? static_cast<size_t>(n) : 1;
+      auto* a = static_cast<NODE_StarObject*>(malloc(sizeof(NODE_StarObject) * slots));
+      for (int i = 0; i < n; i++) a[i] = st[i];
+      NODE_StarObject* before = a;
+      list.sortStarObjs(&a, n);
+      EXPECT_EQ(a, before) << c.name << " n=" << n;
+      int wrong = 0;
+      for (int i = 0; i < n; i++) {
+        const NODE_StarObject& want = st[idx[n - 1 - i]];
+        if (a[i].HIC != want.HIC || a[i].HD != want.HD) wrong++;
+      }
+      EXPECT_EQ(wrong, 0) << c.name << " n=" << n;
+      free(a);
+    }
+  }
+}

@@ -1,3 +1,4 @@
+// Checks of the test support itself: private X server, GL window and pixels read back.
 #include <GL/gl.h>
 #include <gtest/gtest.h>
 

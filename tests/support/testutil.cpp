@@ -1,3 +1,4 @@
+// Test support: temporary folders, files and running programs.
 #include "tests/support/testutil.h"
 
 #include <gtest/gtest.h>
@@ -90,6 +91,16 @@ std::string stdoutOf(const std::function<void()>& f) {
   testing::internal::CaptureStdout();
   f();
   return testing::internal::GetCapturedStdout();
+}
+
+Streams streamsOf(const std::function<void()>& f) {
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  f();
+  Streams s;
+  s.out = testing::internal::GetCapturedStdout();
+  s.err = testing::internal::GetCapturedStderr();
+  return s;
 }
 
 }  // namespace testsupport

@@ -36,6 +36,11 @@ RunResult run(const std::string& commandLine);
 // What f writes on standard error / standard output while it runs (GoogleTest's capture).
 std::string stderrOf(const std::function<void()>& f);
 std::string stdoutOf(const std::function<void()>& f);
+// Both streams of f at once.
+struct Streams {
+  std::string out, err;
+};
+Streams streamsOf(const std::function<void()>& f);
 
 // Where the build puts the executables (velmora, ezpack, the data builders).
 std::string binaryDir();

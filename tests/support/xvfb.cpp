@@ -1,3 +1,4 @@
+// Test support: a private X server for tests that open windows.
 #include "tests/support/xvfb.h"
 
 #include <GL/freeglut.h>
@@ -124,6 +125,16 @@ std::vector<unsigned char> readPixelsRGB(int x, int y, int width, int height) {
   glReadBuffer(GL_BACK);
   glReadPixels(x, y, width, height, GL_RGB, GL_UNSIGNED_BYTE, pixels.data());
   return pixels;
+}
+
+bool writeReadbackPPM(const std::string& path, const std::vector<unsigned char>& rgb, int width, int height) {
+  FILE* f = fopen(path.c_str(), "wb");
+  if (!f) return false;
+  fprintf(f, "P6\n%d %d\n255\n", width, height);
+  const size_t row = static_cast<size_t>(width) * 3;
+  bool ok = rgb.size() >= row * static_cast<size_t>(height);
+  for (int y = height - 1; ok && y >= 0; --y) ok = fwrite(&rgb[static_cast<size_t>(y) * row], 1, row, f) == row;
+  return fclose(f) == 0 && ok;
 }
 
 }  // namespace testsupport

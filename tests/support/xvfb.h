@@ -38,4 +38,8 @@ int openGLWindow(int width, int height, unsigned int glutMode = 0);
 // Reads back the colour buffer as RGB bytes, bottom row first (as OpenGL gives it).
 std::vector<unsigned char> readPixelsRGB(int x, int y, int width, int height);
 
+// Writes pixels as readPixelsRGB gives them (bottom row first) to a binary PPM, top row first,
+// for a look at a picture when a test fails. Returns true on success; prints nothing.
+bool writeReadbackPPM(const std::string& path, const std::vector<unsigned char>& rgb, int width, int height);
+
 }  // namespace testsupport

@@ -26,6 +26,7 @@
 #include "model/glm.h"
 #include "tests/support/testutil.h"
 #include "tests/support/xvfb.h"
+#include "tests/tool/tool_scene.h"
 #include "tool/velmora.h"
 #include "viewer/tarnwick.h"
 
@@ -38,33 +39,9 @@ constexpr int kWindowSize = 256;
 const char* kNoTop = "/nonexistent-velmora-top";
 const char* kNoBase = "/nonexistent-velmora-base/";
 
-struct Captured {
-  std::string out, err;
-};
-
-Captured capture(const std::function<void()>& f) {
-  testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
-  f();
-  Captured c;
-  c.out = testing::internal::GetCapturedStdout();
-  c.err = testing::internal::GetCapturedStderr();
-  return c;
-}
-
-class Args {
- public:
-  explicit Args(const std::vector<std::string>& items) : texts_(items) {
-    for (auto& s : texts_) ptrs_.push_back(s.data());
-    ptrs_.push_back(nullptr);
-  }
-  int argc() const { return static_cast<int>(ptrs_.size()) - 1; }
-  char** argv() { return ptrs_.data(); }
-
- private:
-  std::vector<std::string> texts_;
-  std::vector<char*> ptrs_;
-};
+using Captured = testsupport::Streams;
+using testsupport::streamsOf;
+using toolscene::Args;
 
 std::string src() {
   return testsupport::sourceDir();
@@ -86,26 +63,12 @@ int countOf(const std::string& text, const std::string& piece) {
   return n;
 }
 
-void writePPM(const std::string& path, const std::vector<unsigned char>& rgb, int w, int h) {
-  FILE* f = fopen(path.c_str(), "wb");
-  if (!f) return;
-  fprintf(f, "P6\n%d %d\n255\n", w, h);
-  for (int y = h - 1; y >= 0; --y) fwrite(&rgb[static_cast<size_t>(y) * w * 3], 1, static_cast<size_t>(w) * 3, f);
-  fclose(f);
-}
 
 class SceneGL : public testing::Test {
  protected:
   void SetUp() override {
     if (!testsupport::openGLWindow(kWindowSize, kWindowSize)) GTEST_SKIP() << "no X server";
-    fullScreen = 0;
-    winW = winH = kWindowSize;
-    useGLUTMenu = 1;
-    useSubGLUI = 0;
-    View view = initView();
-    resetView(&view);
-    setBaseDir(src() + "/");
-    setenv("TOPDIR", kNoTop, 1);
+    toolscene::prepare(kWindowSize);
   }
   void TearDown() override {
     deleteScene();
@@ -115,7 +78,7 @@ class SceneGL : public testing::Test {
   int start(const std::vector<std::string>& items, Captured* io) {
     Args args(items);
     int result = 0;
-    *io = capture([&] { result = initScene(args.argc(), args.argv()); });
+    *io = streamsOf([&] { result = initScene(args.argc(), args.argv()); });
     return result;
   }
 };
@@ -245,7 +208,7 @@ TEST_F(SceneGL, FirstViewLooksAtTheModelAndFramesIt) {
   glPopMatrix();
   glFinish();
   std::vector<unsigned char> rgb = testsupport::readPixelsRGB(0, 0, kWindowSize, kWindowSize);
-  writePPM("/tmp/scene_gl_first_view.ppm", rgb, kWindowSize, kWindowSize);
+  testsupport::writeReadbackPPM("/tmp/scene_gl_first_view.ppm", rgb, kWindowSize, kWindowSize);
   int minX = kWindowSize, maxX = -1, minY = kWindowSize, maxY = -1;
   for (int y = 0; y < kWindowSize; ++y)
     for (int x = 0; x < kWindowSize; ++x)
@@ -388,7 +351,7 @@ void frameModelAt(const TempDir& dir, double half, _GLMmodel** out) {
   _GLMmodel* model = glmReadOBJ(dir.file("wide.obj").c_str());
   alignModel = model;
   isObjAnImage = glmIsPlanar(model, 1e-5f);
-  capture([&] { fixModelMatrix(model); });
+  streamsOf([&] { fixModelMatrix(model); });
   *out = model;
 }
 

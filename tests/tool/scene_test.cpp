@@ -25,19 +25,8 @@ using testsupport::writeFile;
 
 namespace {
 
-struct Captured {
-  std::string out, err;
-};
-
-Captured capture(const std::function<void()>& f) {
-  testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
-  f();
-  Captured c;
-  c.out = testing::internal::GetCapturedStdout();
-  c.err = testing::internal::GetCapturedStderr();
-  return c;
-}
+using Captured = testsupport::Streams;
+const auto capture = testsupport::streamsOf;
 
 // An argv built from texts; nullptr entries stand for the slots glutInit leaves empty.
 class Args {

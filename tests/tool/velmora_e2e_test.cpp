@@ -77,6 +77,9 @@ TEST(VelmoraProgram, AMissingCatalogueIsReportedWithBothPlaces) {
 
 // Window-system arguments before the model are taken by the window system, and the scene
 // never reads what they leave behind as a model.
+constexpr int kStartWaitMs = 30000;
+constexpr int kStepMs = 100;
+
 TEST(VelmoraProgram, ADisplayArgumentBeforeTheModelIsNoModel) {
   VELMORA_REQUIRE_SKY_DATA();
   const std::string model = sample("m27-misplaced.obj");
@@ -84,8 +87,14 @@ TEST(VelmoraProgram, ADisplayArgumentBeforeTheModelIsNoModel) {
   ASSERT_TRUE(other.ok());
   ProgramRun run({velmora(), "-display", other.display(), "-notex", model}, titleOf(model));
   // The window opens on the other server, so this run's server never sees it: wait for the
-  // program to get past start-up, then end it.
-  run.letCpuPass(1.0);
+  // program to get past start-up (its window on the other server), then end it.
+  std::string search = "DISPLAY=" + other.display() + " xdotool search --name '";
+  search += titleOf(model);
+  search += "'";
+  for (int waited = 0; waited < kStartWaitMs; waited += kStepMs) {
+    if (testsupport::run(search).status == 0) break;
+    testsupport::pauseMs(kStepMs);
+  }
   EXPECT_EQ(run.waitExit(1), -1) << run.err();
   EXPECT_EQ(run.err().find("failed to read"), std::string::npos) << run.err();
 }
@@ -125,6 +134,30 @@ TEST(VelmoraProgram, CapitalRRestartsTheModelPosition) {
   EXPECT_NE(grabStable(run), before);
   run.key("R");
   EXPECT_EQ(grabStable(run), before);
+  run.key("q");
+  EXPECT_EQ(run.waitExit(), 0);
+}
+
+// A still picture costs next to nothing: with nothing turning, the program waits for events
+// instead of running its idle callback in a loop.
+constexpr double kMeasureSeconds = 3.0;
+constexpr double kMostIdleShare = 0.05;  // of one core
+
+TEST(VelmoraProgram, AStillPictureTakesAlmostNoProcessorTimeAndTheNextDragStillActs) {
+  VELMORA_REQUIRE_SKY_DATA();
+  const std::string model = sample("m51-misplaced.obj");
+  ProgramRun run({velmora(), "-notex", model}, titleOf(model));
+  ASSERT_FALSE(run.window().empty()) << run.err();
+  const Grab still = grabStable(run);
+  const double before = run.cpuSeconds();
+  testsupport::pauseMs(static_cast<int>(kMeasureSeconds * 1000));
+  const double used = run.cpuSeconds() - before;
+  EXPECT_LT(used, kMostIdleShare * kMeasureSeconds) << used << " processor seconds in " << kMeasureSeconds;
+  EXPECT_EQ(e2e::grab(run), still) << "the picture changed with nothing to change it";
+
+  // Waiting doesn't make it deaf: a drag after the quiet spell moves the model at once.
+  drag(run, 2, {{300, 300}, {340, 300}});
+  EXPECT_NE(grabStable(run), still) << "the drag after the quiet spell did nothing";
   run.key("q");
   EXPECT_EQ(run.waitExit(), 0);
 }

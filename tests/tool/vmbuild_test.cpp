@@ -375,6 +375,7 @@ const std::vector<Row>& alignmentRows() {
       {"opacity [,] ", kSlide, &alignModelAlpha, -1, 0, 1, 0.2f, 0},
       {"ObjFile:", kEdit, &objFileExport, 70, 0, 0, 0, 120},
       {"Export", kButton, nullptr, 70, 0, 0, 0, 44},
+      {"Export WCS + AVM (image)", kCheck, &exportImageWcs, 730, 0, 0, 0, 0},
       {"Distance", kSpin, &distObjModel, -1, 0, 10000, 0, 0},
       {"Unit:", kList, &unitObjModel, -1, 0, 0, 0, 163},
       {"Coordinate:", kList, &coordObjModel, -1, 0, 0, 0, 163},
@@ -423,7 +424,8 @@ TEST_F(PanelTree, AlignmentPanelWithFixedModels) {
   EXPECT_EQ(labels(a, kCheck), (std::vector<std::string>{"Show Align.Model (z)", "Show Outline (Z)",
                                                          "Show 3D Normal (B)", "Show Object Axes (x/X)",
                                                          "Show Bounding Box (b)", "Show Model Info (i)",
-                                                         "Show Fixed model (f)", "Fixed model behind (F)"}));
+                                                         "Show Fixed model (f)", "Fixed model behind (F)",
+                                                         "Export WCS + AVM (image)"}));
   EXPECT_EQ(labels(a, kSlide),
             (std::vector<std::string>{"opacity [,] ", "opacity(fixed)", "obj.space scale X ",
                                       "obj.space scale Y ", "obj.space scale Z "}));

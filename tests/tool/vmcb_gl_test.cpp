@@ -20,6 +20,7 @@
 #include "fileio/common.h"
 #include "tests/support/testutil.h"
 #include "tests/support/xvfb.h"
+#include "tests/tool/tool_scene.h"
 #include "tool/velmora.h"
 #include "tool/texfile.h"
 #include "tool/vmcb.h"
@@ -385,31 +386,8 @@ namespace {
 
 constexpr int kSceneSide = 256;
 
-class Args {
- public:
-  explicit Args(const std::vector<std::string>& items) : texts_(items) {
-    for (auto& s : texts_) ptrs_.push_back(s.data());
-    ptrs_.push_back(nullptr);
-  }
-  int argc() const { return static_cast<int>(ptrs_.size()) - 1; }
-  char** argv() { return ptrs_.data(); }
-
- private:
-  std::vector<std::string> texts_;
-  std::vector<char*> ptrs_;
-};
-
-std::string sample(const char* name) {
-  return testsupport::sourceDir() + "/samples/" + name;
-}
-
-void writePPM(const std::string& path, const std::vector<unsigned char>& rgb, int w, int h) {
-  FILE* f = fopen(path.c_str(), "wb");
-  if (!f) return;
-  fprintf(f, "P6\n%d %d\n255\n", w, h);
-  for (int y = h - 1; y >= 0; --y) fwrite(&rgb[static_cast<size_t>(y) * w * 3], 1, static_cast<size_t>(w) * 3, f);
-  fclose(f);
-}
+using toolscene::Args;
+using toolscene::sample;
 
 // The middle of the model's lit pixels when it is drawn as a white quad the way the sky drawing
 // places it; x = -1 when none is in the picture. Saves the picture to ppm.
@@ -432,7 +410,7 @@ void modelCentre(const char* ppm, double* cx, double* cy) {
   glPopMatrix();
   glFinish();
   std::vector<unsigned char> rgb = testsupport::readPixelsRGB(0, 0, kSceneSide, kSceneSide);
-  writePPM(ppm, rgb, kSceneSide, kSceneSide);
+  testsupport::writeReadbackPPM(ppm, rgb, kSceneSide, kSceneSide);
   double sx = 0, sy = 0;
   long n = 0;
   for (int y = 0; y < kSceneSide; ++y)
@@ -447,12 +425,7 @@ class SceneKeysGL : public testing::Test {
   void SetUp() override {
     VELMORA_REQUIRE_SKY_DATA();
     ASSERT_NE(testsupport::openGLWindow(kSceneSide, kSceneSide), 0) << "Xvfb could not be started";
-    fullScreen = 0;
-    winW = winH = kSceneSide;
-    View v = initView();
-    resetView(&v);
-    copyText(basedir, (testsupport::sourceDir() + "/").c_str(), sizeof basedir);
-    setenv("TOPDIR", "/nonexistent-velmora-top", 1);
+    toolscene::prepare(kSceneSide);
   }
   void TearDown() override {
     deleteScene();

@@ -20,6 +20,7 @@
 #include "fileio/common.h"
 #include "tests/support/testutil.h"
 #include "tests/support/xvfb.h"
+#include "tests/tool/tool_scene.h"
 #include "tool/velmora.h"
 #include "tool/vmbuild.h"
 #include "tool/vmcb.h"
@@ -34,22 +35,11 @@ namespace {
 constexpr int kSide = 256;
 constexpr int kSiriusHD = 48915;
 
-struct Streams {
-  std::string out, err;
-};
-template <typename F>
-Streams streamsOf(F f) {
-  testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
-  f();
-  Streams s;
-  s.out = testing::internal::GetCapturedStdout();
-  s.err = testing::internal::GetCapturedStderr();
-  return s;
-}
+using testsupport::Streams;
+using testsupport::streamsOf;
 
 std::string samples() {
-  return testsupport::sourceDir() + "/samples/";
+  return toolscene::sample("");
 }
 
 void projection(double p[16]) {
@@ -100,22 +90,8 @@ class PanelCallbackGL : public testing::Test {
     ASSERT_NE(window, 0) << "Xvfb could not be started";
     mainWindow = window;
     if (!started_) {
-      fullScreen = 0;
-      winW = winH = kSide;
-      useGLUTMenu = 1;
-      useSubGLUI = 0;
-      View view = initView();
-      resetView(&view);
-      std::string src = testsupport::sourceDir();
-      copyText(basedir, (src + "/").c_str(), sizeof basedir);
-      setenv("TOPDIR", "/nonexistent-velmora-top", 1);
-      std::vector<std::string> items = {"-notex", samples() + "m51-misplaced.obj", samples() + "m51.obj"};
-      std::vector<char*> argv;
-      for (auto& s : items) argv.push_back(s.data());
-      argv.push_back(nullptr);
-      int result = -1;
-      Streams io = streamsOf([&] { result = initScene(static_cast<int>(items.size()), argv.data()); });
-      ASSERT_EQ(result, 0) << io.err;
+      Streams io;
+      ASSERT_EQ(toolscene::start(kSide, toolscene::m51Pair(), &io), 0) << io.err;
       started_ = true;
     }
     ASSERT_NE(starList, nullptr);

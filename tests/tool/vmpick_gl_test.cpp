@@ -17,6 +17,7 @@
 #include "stars/star.h"
 #include "tests/support/testutil.h"
 #include "tests/support/xvfb.h"
+#include "tests/tool/tool_scene.h"
 #include "tool/velmora.h"
 #include "tool/vmpick.h"
 #include "viewer/tarnwick.h"
@@ -28,29 +29,8 @@ constexpr int kSiriusHD = 48915;
 constexpr double kFovy = 20.0;
 constexpr double kAnchorDecades = 3.5;  // the anchor stands this far beyond the view's scale
 
-struct Streams {
-  std::string out, err;
-};
-
-template <typename F>
-Streams streamsOf(F f) {
-  testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
-  f();
-  Streams s;
-  s.out = testing::internal::GetCapturedStdout();
-  s.err = testing::internal::GetCapturedStderr();
-  return s;
-}
-
-// Writes the colour buffer, as read back bottom row first, as a binary PPM top row first.
-void writePPM(const std::string& path, const std::vector<unsigned char>& rgb, int w, int h) {
-  FILE* f = fopen(path.c_str(), "wb");
-  if (!f) return;
-  fprintf(f, "P6\n%d %d\n255\n", w, h);
-  for (int y = h - 1; y >= 0; --y) fwrite(&rgb[static_cast<size_t>(y) * w * 3], 1, static_cast<size_t>(w) * 3, f);
-  fclose(f);
-}
+using testsupport::Streams;
+using testsupport::streamsOf;
 
 class PickGL : public testing::Test {
  protected:
@@ -65,22 +45,8 @@ class PickGL : public testing::Test {
     ASSERT_NE(window, 0) << "Xvfb could not be started";
     mainWindow = window;
     if (!started_) {
-      fullScreen = 0;
-      winW = winH = kSide;
-      useGLUTMenu = 1;
-      useSubGLUI = 0;
-      View view = initView();
-      resetView(&view);
-      std::string src = testsupport::sourceDir();
-      copyText(basedir, (src + "/").c_str(), sizeof basedir);
-      setenv("TOPDIR", "/nonexistent-velmora-top", 1);
-      std::vector<std::string> items = {"-notex", src + "/samples/m51-misplaced.obj", src + "/samples/m51.obj"};
-      std::vector<char*> argv;
-      for (auto& s : items) argv.push_back(s.data());
-      argv.push_back(nullptr);
-      int result = -1;
-      Streams io = streamsOf([&] { result = initScene(static_cast<int>(items.size()), argv.data()); });
-      ASSERT_EQ(result, 0) << io.err;
+      Streams io;
+      ASSERT_EQ(toolscene::start(kSide, toolscene::m51Pair(), &io), 0) << io.err;
       started_ = true;
     }
     ASSERT_NE(starList, nullptr);
@@ -179,7 +145,7 @@ TEST_F(PickGL, AClickOnSiriusInAFramePicksIt) {
   ASSERT_LT(wx, kSide);
   ASSERT_GT(wy, 0);
   ASSERT_LT(wy, kSide);
-  writePPM("/tmp/vmpick_sirius.ppm", rgb, kSide, kSide);
+  testsupport::writeReadbackPPM("/tmp/vmpick_sirius.ppm", rgb, kSide, kSide);
   // Sirius, the brightest star of the sky, is drawn there.
   int px = (int)wx, py = (int)wy;
   int brightest = 0;

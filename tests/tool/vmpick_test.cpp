@@ -21,20 +21,8 @@ constexpr int kSiriusHD = 48915;
 constexpr int kSiriusHIC = 32349;
 constexpr double kLogScale = 15.0;
 
-struct Streams {
-  std::string out, err;
-};
-
-template <typename F>
-Streams streamsOf(F f) {
-  testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
-  f();
-  Streams s;
-  s.out = testing::internal::GetCapturedStdout();
-  s.err = testing::internal::GetCapturedStderr();
-  return s;
-}
+using testsupport::Streams;
+using testsupport::streamsOf;
 
 // The catalogue of stars to magnitude 6 with the Sun at index 0, and the constellation figures
 // that name the stars' constellations, as the tool has them after its start.

@@ -42,6 +42,11 @@ std::vector<int> calls;
 void recordCall(int id) {
   calls.push_back(id);
 }
+int windowInCallback = -1;  // the window current while the last recordWindow ran
+void recordWindow(int id) {
+  calls.push_back(id);
+  windowInCallback = glutGetWindow();
+}
 void closePanel(int id) {
   calls.push_back(id);
   GLUI_Master.close_all();
@@ -295,6 +300,30 @@ TEST_F(GluiWindow, AClickInThePanelReachesTheControlAndThePicture) {
   g->sync_live();
   clickPanelAt(centreOf(box));
   EXPECT_EQ(stars, 1);
+}
+
+// A click is handled while the panel draws, its window current; the callback acts on the
+// picture, so it runs with the picture's window current, and the panel's is current again after.
+TEST_F(GluiWindow, ACallbackRunsWithThePicturesWindowCurrent) {
+  GLUI* g = GLUI_Master.create_glui_subwindow(window, GLUI_SUBWINDOW_RIGHT);
+  ASSERT_NE(g, nullptr);
+  auto* button = new ProbeControl(GLUI_Control::kButton, "open", 21, recordWindow);
+  g->add_control(g->main_panel, button);
+  g->set_main_gfx_window(window);
+  pumpUntil([button] { return button->drawn > 0; });
+  windowInCallback = -1;
+  clickPanelAt(centreOf(button));
+  EXPECT_EQ(calls, (std::vector<int>{21}));
+  EXPECT_EQ(windowInCallback, window);
+  // Called from the panel's window with no picture named, the callback runs where it is called.
+  g->set_main_gfx_window(0);
+  glutSetWindow(panelWindow());
+  button->execute_callback();
+  EXPECT_EQ(windowInCallback, panelWindow());
+  g->set_main_gfx_window(window);
+  button->execute_callback();
+  EXPECT_EQ(windowInCallback, window);
+  EXPECT_EQ(glutGetWindow(), panelWindow()) << "the panel's window is current again";
 }
 
 TEST_F(GluiWindow, ACallbackMayCloseThePanel) {

@@ -13,7 +13,8 @@ struct SceneCall {
 
 // Every renderScene call since the last clear.
 extern std::vector<SceneCall> sceneCalls;
-// What renderScene draws: nothing (0) or a white square 2 units ahead on the x axis (1).
+// What renderScene draws: nothing (0), a white square 2 units ahead on the x axis (1), or a
+// thin white diagonal line without smoothing, 2 units ahead (2).
 extern int sceneDraws;
 
 // Opens the window once, makes it the framework's mainWindow and sets the framework up as

@@ -13,6 +13,14 @@
 //     -tallpanel    with -panel: lines enough under the controls for the panel to overflow
 //     -helphook     a help hook that prints "scene help" and lets the framework go on
 //     -quad         draws a white square in front of the eye
+//     -script FILE  plays the movie script FILE: the framework loads it as at start-up, takes
+//                   its window size and starts at its frame 0
+//     -marker       draws a white square of 1 metre at the world's origin, in the z = 0 plane
+//     -jitter N, -dump HEAD OFFSET, -dumpSkip HEAD OFFSET SKIP, -double
+//                   the framework's own options (getOption); they must stand together.
+//                   A script of another size than 256 x 256 grows the window after its first
+//                   frame, which the jittered frame's buffers don't follow: keep jitter to
+//                   scripts of that size
 // The picture file holds the viewport's RGB bytes, bottom row first.
 #include <GL/freeglut.h>
 #include <GL/gl.h>
@@ -24,7 +32,9 @@
 #include <string>
 #include <vector>
 
+#include "coords/phcoord.h"
 #include "fileio/common.h"
+#include "movie/movierec.h"
 #include "viewer/panel.h"
 #include "viewer/tarnwick.h"
 
@@ -33,6 +43,8 @@ namespace {
 std::string statePath;
 int holdIdle = 0;
 int drawQuad = 0;
+int drawMarker = 0;
+int lastNFrames = 0;  // what renderScene was last told of the movie
 int renderCount = 0;
 int pickCount = 0;
 int dumping = 0;
@@ -105,6 +117,8 @@ void writeState() {
   fprintf(f, "basedir %s\n", basedir);
   fprintf(f, "initWinW %d\ninitWinH %d\ninitUseSubGLUI %d\n", initWinW, initWinH, initUseSubGLUI);
   fprintf(f, "title %s\n", titleStr);
+  fprintf(f, "countPlay %d\nnFrames %d\nmovieLoaded %d\n", countPlay, lastNFrames, movieRec ? 1 : 0);
+  fprintf(f, "justDump %d\ndoubleFrame %d\njitterSize %d\n", justDump, doubleFrame, jitterSize);
   fclose(f);
   rename(tmp.c_str(), statePath.c_str());
 }
@@ -178,9 +192,32 @@ void createPanel() {
   glutReshapeWindow(winW + kPanelWidth, winH);
 }
 
+// Half the side of the marker square, in metres.
+constexpr double kMarkerHalfSide = 0.5;
+
+// The framework's main empties scpFile before myInit, which is where a script is loaded; a
+// scene that brings one runs the framework's start values again with it, before it sets any
+// hook, and shows the movie's first frame in a window of the movie's size.
+void startMovie(const char* script) {
+  copyText(scpFile, script, sizeof scpFile);
+  myInit();
+  frameNum = 0.0;
+  setMovieView(frameNum);
+  glutReshapeWindow(winW, winH);
+  // The first frame may come before the window system has carried out the new size; it is
+  // drawn at that size all the same, as the jittered frame keeps the size it starts with.
+  glViewport(0, 0, winW, winH);
+}
+
+bool isFrameworkOption(const std::string& a) {
+  return a == "-jitter" || a == "-dump" || a == "-dumpSkip" || a == "-double";
+}
+
 }  // namespace
 
 int initScene(int argc, char** argv) {
+  for (int i = 1; i + 1 < argc; ++i)
+    if (std::string(argv[i]) == "-script") startMovie(argv[i + 1]);
   initWinW = winW;
   initWinH = winH;
   initUseSubGLUI = useSubGLUI;
@@ -213,6 +250,14 @@ int initScene(int argc, char** argv) {
       helpMenuFuncPtr = sceneHelp;
     } else if (a == "-quad") {
       drawQuad = 1;
+    } else if (a == "-marker") {
+      drawMarker = 1;
+    } else if (a == "-script") {
+      ++i;  // loaded above
+    } else if (isFrameworkOption(a)) {
+      int at = i;
+      getOption(argc, argv, &at);
+      i = at - 1;
     }
   }
   copyText(titleStr, "viewer test scene", sizeof titleStr);
@@ -232,7 +277,8 @@ int initScene(int argc, char** argv) {
   return 0;
 }
 
-void renderScene(double, int, unsigned int, double, int pickMode) {
+void renderScene(double, int nFrames, unsigned int, double logScale, int pickMode) {
+  lastNFrames = nFrames;
   if (pickMode) {
     ++pickCount;
     return;
@@ -247,6 +293,19 @@ void renderScene(double, int, unsigned int, double, int pickMode) {
     glVertex3f(2, 0.5f, -0.5f);
     glVertex3f(2, 0.5f, 0.5f);
     glVertex3f(2, -0.5f, 0.5f);
+    glEnd();
+  }
+  if (drawMarker) {
+    // Metres in the unit the framework draws in.
+    const double h = kMarkerHalfSide * pow(10.0, -logScale);
+    glDisable(GL_LIGHTING);
+    glDisable(GL_TEXTURE_2D);
+    glColor3f(1, 1, 1);
+    glBegin(GL_QUADS);
+    glVertex3d(-h, -h, 0);
+    glVertex3d(h, -h, 0);
+    glVertex3d(h, h, 0);
+    glVertex3d(-h, h, 0);
     glEnd();
   }
 }
