@@ -18,13 +18,25 @@ ln -s "$SRC/.cache/debs" "$T/root/.cache/debs"
 cp -a "$SRC/.cache/pkgs" "$T/root/.cache/pkgs"
 ln -s "$BUILD/bin/velmora-skydata" "$T/build/bin/velmora-skydata"
 fails=0
+# A failed check shows what the last run printed, so that a failure elsewhere can be read.
 check() {  # what, condition
-  if eval "$2"; then echo "ok: $1"; else echo "FAILED: $1"; fails=$((fails + 1)); fi
+  if eval "$2"; then echo "ok: $1"; return; fi
+  echo "FAILED: $1"
+  fails=$((fails + 1))
+  echo "--- its standard output:"; cat "$T/out"
+  echo "--- its standard error:"; cat "$T/err"
+  echo "--- (exit status $status)"
 }
-run() { bash "$T/root/scripts/data.sh" "$T/build" >"$T/out" 2>"$T/err"; }
+# A run that fails is a finding, not the end of the test; the C locale keeps messages of the shell
+# about missing locales out of the error output that is checked word for word.
+status=0
+run() {
+  status=0
+  LC_ALL=C bash "$T/root/scripts/data.sh" "$T/build" >"$T/out" 2>"$T/err" || status=$?
+}
 
 run
-check "the first run builds" "grep -qx 'Building the sky data' '$T/out'"
+check "the first run builds" "[ $status = 0 ] && grep -qx 'Building the sky data' '$T/out'"
 run
 check "a second run builds nothing" "! grep -q 'Building the sky data' '$T/out' && [ ! -s '$T/err' ]"
 
@@ -36,7 +48,7 @@ touch -r "$T/root/.cache/pkgs/healpy-data/.unpacked" "$MAP"
 run
 check "the damage is named" \
   "[ \"\$(cat '$T/err')\" = 'data.sh: the unpacked files of healpy-data differ from the package; unpacking it again' ]"
-check "the package is unpacked again" "grep -qx 'Unpacking healpy-data_1.16.1-1_all.deb' '$T/out'"
+check "the package is unpacked again" "grep -qx 'Unpacking healpy-data_.*_all\.deb' '$T/out'"
 check "the damaged member is whole again" "[ \"\$(sha256sum <'$MAP')\" = '$GOOD' ]"
 check "the data is rebuilt" "grep -qx 'Building the sky data' '$T/out'"
 check "no other package is unpacked" "[ \"\$(grep -c '^Unpacking' '$T/out')\" = 1 ]"
