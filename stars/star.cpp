@@ -175,6 +175,7 @@ void StarList::freeStarset() {
   freeFunc(stars);
   stars = nullptr;
   numStars = 0;
+  starsChanged();
 }
 
 int StarList::getStarByID(NODE_StarObject* out, int id) {

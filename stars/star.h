@@ -11,6 +11,7 @@
 
 #include "coords/phcoord.h"
 #include "stars/colormap.h"
+#include "stars/star_memo.h"
 #include "stars/starsize.h"
 
 struct NODE_ExtrasolarPlanet;
@@ -44,6 +45,9 @@ struct NODE_StarObject {
   int pxSize;
   int pxAlpha;
   PHCoord viewVec;
+  // Apparent magnitude from the camera, written when drawStars works the star out: in every frame
+  // that has it in front of the camera, but from the origin only in the first such frame after a
+  // change of the stars or of the frame's settings (the frames after it would write the same).
   float curVMag;
 };
 
@@ -490,4 +494,14 @@ class StarList {
   // Arrays of tables loaded over, kept until freeExtrasolarPlanets: a chain of blocks, each
   // {next, count, block...}.
   void** retiredPlanetBlocks = nullptr;
+
+  // What frames seen from the origin worked out per star, for the frames after them; with
+  // drawMemoOn false every frame works every star out.
+  StarDrawMemo drawMemo;
+  bool drawMemoOn = true;
+  // Counts the changes of what a frame reads of the star records (positions, magnitudes, colours,
+  // spectral types): the memo holds only while it stands. The reader and the derived-data
+  // functions count it; code that changes records by hand calls starsChanged() before drawing.
+  unsigned long starDataStamp = 0;
+  void starsChanged() { ++starDataStamp; }
 };

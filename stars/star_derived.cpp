@@ -14,6 +14,7 @@
 // Derived star data
 
 void StarList::resetColor() {
+  starsChanged();
   if (param.whichColorMap == _USE_BV_COLOR_MAP && bvColorMap) {
     for (int i = 0; i < numStars; i++) {
       Color c = getColor(bvColorMap, stars[i].bv);
@@ -66,6 +67,7 @@ double StarList::sphwarpEq(double angle) {
 }
 
 void StarList::resetCoord() {
+  starsChanged();
   int first = 0;
   if (withSun && numStars > 0 && strcmp(stars[0].commonName, "Sun") == 0) first = 1;
   int dt = param.starAtYear - param.datasetYear;

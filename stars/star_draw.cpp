@@ -98,12 +98,17 @@ void starRange(const StarList& list, bool skipSun, int* first, int* last) {
   *last = l;
 }
 
-// The star relative to the camera, unified, in distVec: its distance in decimal orders of view
-// units becomes a point in front of the far plane, at the exact direction.
-inline void placeStar(const PHCoord& distVec, double logScale, double out[3]) {
-  double s = distVec.s - logScale;
+// The factor that places a star whose unified distance from the camera has exponent s: its
+// distance in decimal orders of view units becomes a depth in front of the far plane.
+inline double placeFactor(double s, double logScale) {
+  s -= logScale;
   if (s > kTrueDepthDecades) s = (s - kTrueDepthDecades) / kFarDecadeShare + kTrueDepthDecades;
-  double k = pow(10.0, s);
+  return pow(10.0, s);
+}
+
+// The star relative to the camera, unified, in distVec, as a point at the exact direction.
+inline void placeStar(const PHCoord& distVec, double logScale, double out[3]) {
+  double k = placeFactor(distVec.s, logScale);
   out[0] = distVec.x * k;
   out[1] = distVec.y * k;
   out[2] = distVec.z * k;
@@ -188,6 +193,11 @@ inline void storeUnlessSame(float* dst, float v) {
   if (memcmp(dst, &v, sizeof v) != 0) *dst = v;
 }
 
+// True if a star at (x, y, z) from the camera is in front of it (or at it).
+inline bool inFront(double x, double y, double z, const FrameView& fv) {
+  return !(x * fv.v[0] + y * fv.v[1] + z * fv.v[2] < 0);
+}
+
 // The first half of the selection of one star: spectral class and side of the camera. Leaves the
 // star relative to the camera in distVec, and in *unified whether that is unified already. True
 // if the star is in front of the camera (or at it).
@@ -195,20 +205,31 @@ inline bool selectBySide(StarList& list, const NODE_StarObject* star, const Fram
                          PHCoord& distVec, bool* unified) {
   if (fv.sptypeOn && !list.isSptypeSelected(star->spClass[0], star->spNum)) return false;
   distVec = relativeToCamera(star->pos, cam, unified);
-  return !(distVec.x * fv.v[0] + distVec.y * fv.v[1] + distVec.z * fv.v[2] < 0);
+  return inFront(distVec.x, distVec.y, distVec.z, fv);
 }
 
-// The second half: camera distance, magnitude and magnitude range. Unifies distVec, and writes the
-// star's curVMag when it gets that far. True if the star stays.
+// Camera distance, magnitude and magnitude range of a star in front: unifies distVec and writes
+// the magnitude into *vmag unless the distance drops the star. kMemoDrawable means the star goes
+// on to be sized.
+inline StarMemoState magnitudeState(StarList& list, const FrameView& fv, PHCoord& distVec, bool unified, float lumMag,
+                                    float* vmag) {
+  if (!unified && unifyQuick(&distVec) == -1) distVec.s = -DBL_MAX;  // at the camera
+  if (list.logZRangeOn && !(list.logScaleNear <= distVec.s && distVec.s <= list.logScaleFar)) return kMemoDropped;
+  *vmag = (float)list.computeVMag(lumMag, (float)distVec.s);
+  if (fv.vmagOn && !((float)list.param.vmagRangeMin <= *vmag && *vmag <= (float)list.param.vmagRangeMax))
+    return kMemoFaint;
+  return kMemoDrawable;
+}
+
+// The second half of the selection: camera distance, magnitude and magnitude range. Unifies
+// distVec, and writes the star's curVMag when it gets that far. True if the star stays.
 inline bool selectByMagnitude(StarList& list, NODE_StarObject* star, const FrameView& fv, PHCoord& distVec,
                               bool unified) {
-  if (!unified && unifyQuick(&distVec) == -1) distVec.s = -DBL_MAX;  // at the camera
-  if (list.logZRangeOn && !(list.logScaleNear <= distVec.s && distVec.s <= list.logScaleFar)) return false;
-  storeUnlessSame(&star->curVMag, (float)list.computeVMag(star->lumMag, (float)distVec.s));
-  if (fv.vmagOn &&
-      !((float)list.param.vmagRangeMin <= star->curVMag && star->curVMag <= (float)list.param.vmagRangeMax))
-    return false;
-  return true;
+  float vmag;
+  StarMemoState st = magnitudeState(list, fv, distVec, unified, star->lumMag, &vmag);
+  if (st == kMemoDropped) return false;
+  storeUnlessSame(&star->curVMag, vmag);
+  return st == kMemoDrawable;
 }
 
 // Selection and size of one star. Leaves the star relative to the camera, unified, in distVec, and
@@ -387,6 +408,217 @@ int bucketIndex(int px) {
   return px < 0 ? 0 : (px > STAR_MAX_PX_SIZE ? STAR_MAX_PX_SIZE : px);
 }
 
+// ---------------------------------------------------------------------------------------------
+// Frames seen from the origin, through the memo
+//
+// From the origin a star's place relative to the camera is its own position, so everything the
+// selection, size and colour make of it depends on the star and on the frame's settings, not on
+// where the view looks. A frame works a star out once, when it is in front and its entry stale,
+// and the frames after it with the same key only test its side. The entries hold the very values
+// the frame without them computes, so the calls to GL are the same to the last bit.
+
+static_assert(sizeof(StarFrameKey::sqrtTable) == STAR_SQRT_TABLE_LEN, "the key holds the square-root table");
+static_assert(sizeof(StarFrameKey::invSqTable) == sizeof(float) * STAR_INVSQ_TABLE_LEN,
+              "the key holds the inverse-square table");
+static_assert(STAR_MAX_PX_SIZE < 64, "an entry keeps the size in six bits");
+
+StarFrameKey frameKeyOf(const StarList& list, const ColorFrame& cf, const FrameView& fv) {
+  StarFrameKey k;
+  k.stars = list.stars;
+  k.numStars = list.numStars;
+  k.starDataStamp = list.starDataStamp;
+  k.logScale = fv.logScale;
+  memcpy(k.start, cf.start, sizeof k.start);
+  k.chain = cf.chain;
+  k.fileColor = cf.fileColor;
+  k.colorMap = cf.colorMap;
+  k.distScale = cf.distScale;
+  k.exposure = cf.exposure;
+  k.tune = cf.tune;
+  k.exposureValue = cf.exposureValue;
+  k.tuneValue = cf.tuneValue;
+  memcpy(k.gammaTable, list.gammaTable, sizeof k.gammaTable);
+  k.starScale = list.param.starScale;
+  k.radPerPixel = (float)fv.radPerPixel;
+  k.texScale = list.param.texScale;
+  k.pxMax = list.pxMax;
+  memcpy(k.sqrtTable, list.sqrtTable, sizeof k.sqrtTable);
+  memcpy(k.invSqTable, list.invSqTable, sizeof k.invSqTable);
+  k.vmagMin = list.param.vmagMin;
+  k.vmagOn = fv.vmagOn;
+  k.vmagRangeMin = list.param.vmagRangeMin;
+  k.vmagRangeMax = list.param.vmagRangeMax;
+  k.logZRangeOn = list.logZRangeOn != 0;
+  k.logScaleNear = list.logScaleNear;
+  k.logScaleFar = list.logScaleFar;
+  k.sptypeOn = fv.sptypeOn;
+  for (int i = 0; i < STAR_NUM_SPTYPES; i++) {
+    k.sptypeRowOn[i] = list.param.sptypeOn[i];
+    k.sptypeMin[i] = list.param.sptypeMin[i];
+    k.sptypeMax[i] = list.param.sptypeMax[i];
+  }
+  return k;
+}
+
+// A star that the frame must work out: where it is, and what the first half of the selection
+// made of it.
+struct StaleStar {
+  int i;
+  PHCoord dist;
+  bool unified;
+};
+
+// The start of filling a stale entry, the side of the camera apart: a star that its spectral type
+// drops is filled at once, dropped (false). Otherwise *st holds the star relative to the camera.
+inline bool memoStart(StarList& list, int i, const FrameView& fv, const Camera& cam, StarMemoEntry& e, unsigned gen,
+                      StaleStar* st) {
+  const NODE_StarObject* star = &list.stars[i];
+  if (fv.sptypeOn && !list.isSptypeSelected(star->spClass[0], star->spNum)) {
+    e.gen = gen;
+    e.state = kMemoDropped;
+    return false;
+  }
+  st->i = i;
+  st->dist = relativeToCamera(star->pos, cam, &st->unified);
+  return true;
+}
+
+// The side of the camera: a star behind it gets only its place, for the side test of the frames
+// after this one, and false.
+inline bool memoSide(const StaleStar& st, const FrameView& fv, StarMemoEntry& e, unsigned gen) {
+  if (inFront(st.dist.x, st.dist.y, st.dist.z, fv)) return true;
+  e.gen = gen;
+  e.state = kMemoSideOnly;
+  e.x = st.dist.x, e.y = st.dist.y, e.z = st.dist.z;
+  return false;
+}
+
+// The middle of filling the entry of a star in front: distance and magnitude, which goes to the
+// star's curVMag as in the frame without the memo. True if the star goes on to be sized.
+inline bool memoMagnitude(StarList& list, const FrameView& fv, StaleStar& st, StarMemoEntry& e, unsigned gen) {
+  NODE_StarObject* star = &list.stars[st.i];
+  e.gen = gen;
+  e.state = magnitudeState(list, fv, st.dist, st.unified, star->lumMag, &e.vmag);
+  e.x = st.dist.x, e.y = st.dist.y, e.z = st.dist.z, e.s = st.dist.s;
+  if (e.state != kMemoDropped) storeUnlessSame(&star->curVMag, e.vmag);
+  return e.state == kMemoDrawable;
+}
+
+// The end: size, opacity, colour and the placing factor.
+inline void memoSized(const ColorFrame& cf, const NODE_StarObject* star, const AlphaValues& alphaValues,
+                      double logScale, int tooSmall, int px, int alpha, StarMemoEntry& e) {
+  if (tooSmall) {
+    e.state = kMemoTooSmall;
+    return;
+  }
+  // The size model gives sizes of 1 to 63 half pixels and rows of 0 to 255.
+  e.px = (unsigned char)bucketIndex(px);
+  e.alpha = (unsigned char)(alpha < 0 ? 0 : (alpha > kLastAlphaIndex ? kLastAlphaIndex : alpha));
+  colorOf(cf, star, alphaValues(alpha), e.rgba);
+  e.k = placeFactor(e.s, logScale);
+}
+
+inline void placeEntry(const StarMemoEntry& e, double pos[3]) {
+  pos[0] = e.x * e.k;
+  pos[1] = e.y * e.k;
+  pos[2] = e.z * e.k;
+}
+
+// The points of a plain frame, in runs as drawPoints has them: the entries of the run tested for
+// side, the stale ones in front worked out, their sizes together, and then the points in order.
+void drawPointsThroughMemo(StarList& list, int first, int last, const FrameView& fv, const Camera& cam,
+                           const ColorFrame& cf, const AlphaValues& alphaValues, int& current) {
+  StarDrawMemo& memo = list.drawMemo;
+  StarMemoEntry* entries = memo.entries.data();
+  const unsigned gen = memo.gen;
+  int front[kRunLength];
+  StaleStar stale[kRunLength];
+  int sized[kRunLength];
+  float vmag[kRunLength];
+  int px[kRunLength], alpha[kRunLength], tooSmall[kRunLength];
+  for (int i = last; i >= first;) {
+    int end = i - kRunLength < first - 1 ? first - 1 : i - kRunLength;
+    int m = 0, ns = 0;
+    for (; i > end; i--) {
+      StarMemoEntry& e = entries[i];
+      if (e.gen == gen) {
+        if (e.state == kMemoDropped) continue;
+        bool seen = inFront(e.x, e.y, e.z, fv);
+        if (e.state != kMemoSideOnly) {
+          front[m] = i;
+          m += seen;
+          continue;
+        }
+        if (!seen) continue;
+        // A star seen only from behind so far comes into view: it is worked out below.
+      }
+      if (i - kPrefetchAhead >= first) prefetchStar(list.stars + (i - kPrefetchAhead));
+      if (!memoStart(list, i, fv, cam, e, gen, &stale[ns])) continue;
+      if (!memoSide(stale[ns], fv, e, gen)) continue;
+      front[m++] = i;
+      ns++;
+    }
+    int nz = 0;
+    for (int k = 0; k < ns; k++) {
+      if (!memoMagnitude(list, fv, stale[k], entries[stale[k].i], gen)) continue;
+      sized[nz] = stale[k].i;
+      vmag[nz] = entries[stale[k].i].vmag;
+      nz++;
+    }
+    starPXSizesAlphas(list, vmag, nz, list.param.starScale, (float)fv.radPerPixel, px, alpha, tooSmall);
+    for (int k = 0; k < nz; k++)
+      memoSized(cf, &list.stars[sized[k]], alphaValues, fv.logScale, tooSmall[k], px[k], alpha[k], entries[sized[k]]);
+    for (int k = 0; k < m; k++) {
+      const StarMemoEntry& e = entries[front[k]];
+      if (e.state != kMemoDrawable) continue;
+      double pos[3];
+      placeEntry(e, pos);
+      emitPoint(list, current, e.px, e.rgba, pos);
+    }
+  }
+}
+
+// Pass one of a textured frame: the billboards, and the stars that wait for pass two noted in the
+// memo and, as in the frame without it, in their records.
+void drawBillboardsThroughMemo(StarList& list, int first, int last, const FrameView& fv, const Camera& cam,
+                               const ColorFrame& cf, const AlphaValues& alphaValues) {
+  StarDrawMemo& memo = list.drawMemo;
+  StarMemoEntry* entries = memo.entries.data();
+  const unsigned gen = memo.gen;
+  memo.pointsAfter.clear();
+  for (int i = last; i >= first; i--) {
+    if (i - kPrefetchAhead >= first) __builtin_prefetch(&list.stars[i - kPrefetchAhead].pxSize, 1, 3);
+    NODE_StarObject* star = &list.stars[i];
+    star->pxSize = 0;
+    StarMemoEntry& e = entries[i];
+    if (e.gen == gen && e.state == kMemoDropped) continue;
+    if (e.gen == gen && !inFront(e.x, e.y, e.z, fv)) continue;
+    if (e.gen != gen || e.state == kMemoSideOnly) {
+      StaleStar st;
+      if (!memoStart(list, i, fv, cam, e, gen, &st)) continue;
+      if (!memoSide(st, fv, e, gen)) continue;
+      if (memoMagnitude(list, fv, st, e, gen)) {
+        int px, alpha;
+        int tooSmall = list.computePXSizeAlpha(&px, &alpha, e.vmag, list.param.starScale, (float)fv.radPerPixel, i);
+        memoSized(cf, star, alphaValues, fv.logScale, tooSmall, px, alpha, e);
+      }
+    }
+    if (e.state != kMemoDrawable) continue;
+    if (e.px < list.param.pxsizeTex) {
+      star->pxSize = e.px;
+      star->pxAlpha = e.alpha;
+      star->viewVec = PHCoord{e.x, e.y, e.z, e.s};
+      memo.pointsAfter.push_back(i);  // room for every star was made when the key was taken
+      continue;
+    }
+    double pos[3], up[3] = {fv.u[0], fv.u[1], fv.u[2]};
+    float rgba[4];
+    placeEntry(e, pos);
+    memcpy(rgba, e.rgba, sizeof rgba);
+    list.renderBillBstar(pos, up, rgba, fv.radPerPixel, e.px, fv.aspect);
+  }
+}
+
 }  // namespace
 
 void StarList::drawStars(double logScale, int flags, int width, int height) {
@@ -464,6 +696,9 @@ void StarList::drawStars(double logScale, int flags, int width, int height) {
   int first, last, px, alpha;
   float rgba[4];
   double pos[3];
+  // Picking names every star by its own point, so it takes the way without the memo.
+  const bool memoOn =
+      drawMemoOn && !pickMode && cam.atOrigin && drawMemo.open(frameKeyOf(*this, cf, fv), numStars);
   if (pickMode) {
     // Every selected star is a named point, also one too faint to show, so that it can be picked.
     starRange(*this, false, &first, &last);
@@ -488,7 +723,8 @@ void StarList::drawStars(double logScale, int flags, int width, int height) {
     glBindTexture(GL_TEXTURE_2D, texId);
     glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
     glBlendFunc(GL_SRC_ALPHA, GL_ONE);
-    for (int i = last; i >= first; i--) {
+    if (memoOn) drawBillboardsThroughMemo(*this, first, last, fv, cam, cf, alphaValues);
+    for (int i = last; i >= first && !memoOn; i--) {
       if (i - kPrefetchAhead >= first) prefetchStar(stars + (i - kPrefetchAhead));
       NODE_StarObject* star = &stars[i];
       star->pxSize = 0;
@@ -507,7 +743,14 @@ void StarList::drawStars(double logScale, int flags, int width, int height) {
     glDisable(GL_TEXTURE_2D);
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     glBegin(GL_POINTS);
-    for (int i = last; i >= first; i--) {
+    if (memoOn) {
+      for (int i : drawMemo.pointsAfter) {
+        const StarMemoEntry& e = drawMemo.entries[i];
+        placeEntry(e, pos);
+        emitPoint(*this, current, e.px, e.rgba, pos);
+      }
+    }
+    for (int i = last; i >= first && !memoOn; i--) {
       NODE_StarObject* star = &stars[i];
       if (star->pxSize == 0) continue;
       colorOf(cf, star, alphaValues(star->pxAlpha), rgba);
@@ -521,7 +764,8 @@ void StarList::drawStars(double logScale, int flags, int width, int height) {
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     glBegin(GL_POINTS);
     StarRun run;
-    for (int i = last; i >= first;) {
+    if (memoOn) drawPointsThroughMemo(*this, first, last, fv, cam, cf, alphaValues, current);
+    for (int i = last; i >= first && !memoOn;) {
       i = gatherRun(*this, i, first, fv, cam, run);
       starPXSizesAlphas(*this, run.vmag, run.n, param.starScale, (float)fv.radPerPixel, run.px, run.alpha,
                         run.tooSmall);

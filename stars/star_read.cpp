@@ -337,6 +337,7 @@ int StarList::readStarFiles(int n, char** names, int inWithSun, bool quiet) {
   resetPxMinMax();
   resetBucketSize();
   for (int i = 0; i < numStars; i++) stars[i].lumMag = (float)(-2.5 * log10(stars[i].lum));
+  starsChanged();
   return 1;
 }
 

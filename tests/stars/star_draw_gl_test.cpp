@@ -998,3 +998,161 @@ TEST_F(StarDrawGL, DistanceErrorBars) {
   rec::stop();
   EXPECT_EQ(rec::only({rec::kVertex}).size(), 0u);
 }
+
+// ---------------------------------------------------------------------------------------------
+// Frames seen from the origin, through the memo
+
+namespace {
+
+// Two lists of the same stars and settings: one draws through its memo, the other works every
+// star out in every frame.
+struct TwinLists {
+  StarList memo, plain;
+  bool read(int set) {
+    plain.drawMemoOn = false;
+    return readOne(memo, testsupport::starSetPath(set)) == 1 && readOne(plain, testsupport::starSetPath(set)) == 1;
+  }
+  void both(const std::function<void(StarList&)>& change) {
+    change(memo);
+    change(plain);
+  }
+};
+
+// The recorded calls of one frame of list.
+std::vector<rec::Event> frameCalls(StarList& list, double logScale, int flags) {
+  rec::start();
+  list.drawStars(logScale, flags, -1, -1);
+  rec::stop();
+  return rec::events;
+}
+
+// Equal to the last bit: the calls, their values, and what the frame leaves in the records.
+void expectSameFrame(TwinLists& t, double logScale, int flags) {
+  std::vector<rec::Event> a = frameCalls(t.memo, logScale, flags);
+  std::vector<rec::Event> b = frameCalls(t.plain, logScale, flags);
+  ASSERT_EQ(a.size(), b.size());
+  ASSERT_GT(a.size(), 20u);
+  for (size_t k = 0; k < a.size(); k++) {
+    ASSERT_EQ(a[k].kind, b[k].kind) << "call " << k;
+    ASSERT_EQ(memcmp(a[k].v, b[k].v, sizeof a[k].v), 0) << "call " << k;
+  }
+  ASSERT_EQ(t.memo.numStars, t.plain.numStars);
+  for (int i = 0; i < t.memo.numStars; i++) {
+    const NODE_StarObject& m = t.memo.stars[i];
+    const NODE_StarObject& p = t.plain.stars[i];
+    ASSERT_EQ(memcmp(&m.curVMag, &p.curVMag, sizeof m.curVMag), 0) << "star " << i;
+    ASSERT_EQ(m.pxSize, p.pxSize) << "star " << i;
+    if (p.pxSize == 0) continue;
+    ASSERT_EQ(m.pxAlpha, p.pxAlpha) << "star " << i;
+    ASSERT_EQ(memcmp(&m.viewVec, &p.viewVec, sizeof m.viewVec), 0) << "star " << i;
+  }
+}
+
+// Directions of a view that turns about the sky, so that stars come into it from behind.
+const double kTurns[][3] = {{1, 0, 0}, {0.6, 0.8, 0}, {-0.5, 0.5, 0.3}, {-1, -0.1, -0.2}, {0.1, -0.9, 0.6},
+                            {1, 0, 0}};
+
+}  // namespace
+
+TEST_F(StarDrawGL, FramesThroughTheMemoAreTheFramesWithout) {
+  std::string map = testsupport::sourceDir() + "/data/stardata/bv_colormap.txt";
+  struct Case {
+    const char* name;
+    int flags;
+    std::function<void(StarList&)> set;
+  };
+  const Case cases[] = {
+      {"points in colour-map colours", STAR_DRAW_COLORMAP, [](StarList&) {}},
+      {"file colours, distance scale, exposure and tuning",
+       STAR_DRAW_FILE_COLOR | STAR_DRAW_DIST_SCALE,
+       [](StarList& l) {
+         l.setExposure(0.7f);
+         l.setTuneIntensity(1.3f);
+       }},
+      {"magnitude and spectral ranges, stars of 12th magnitude drawn larger", STAR_DRAW_COLORMAP,
+       [](StarList& l) {
+         l.setVMagMin(13);
+         l.setVMagRangeOn(-2, 5.5);
+         l.setSptypeRangeOn(SPTYPE_K, 0, 5);
+       }},
+      {"a distance range and the Sun skipped", STAR_DRAW_COLORMAP, [](StarList& l) { l.setZRangeOn(16.5, 18); }},
+      {"billboards and the points after them", STAR_DRAW_TEXTURED | STAR_DRAW_COLORMAP,
+       [](StarList& l) {
+         l.param.textureSource = STAR_TEX_GAUSS;
+         l.texId = whiteTexture();
+         l.texDiam = 0.125;
+         l.setVMagMin(13);
+       }},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    TwinLists t;
+    ASSERT_TRUE(t.read(2));
+    t.both([&](StarList& l) {
+      ASSERT_EQ(l.loadColorMapBV(map.c_str(), -0.4f, 2.0f), 1);
+      c.set(l);
+    });
+    for (const auto& dir : kTurns) {
+      viewFromOrigin(60, dir);
+      expectSameFrame(t, 16, c.flags);
+    }
+    // The memo was used: every star of the range has its entry, in front or behind.
+    const StarList& m = t.memo;
+    const int first = m.param.zRangeOn ? m.zFirst : 0, last = m.param.zRangeOn ? m.zLast : m.numStars - 1;
+    ASSERT_GT(last - first, 50);
+    int filled = 0;
+    for (const StarMemoEntry& e : m.drawMemo.entries) filled += e.gen == m.drawMemo.gen;
+    EXPECT_EQ(filled, last - first + 1);
+  }
+}
+
+TEST_F(StarDrawGL, AChangeBetweenFramesIsSeenByTheFrameAfterIt) {
+  std::string map = testsupport::sourceDir() + "/data/stardata/bv_colormap.txt";
+  struct Case {
+    const char* name;
+    std::function<void(StarList&)> change;
+    double logScale;
+    double fovy;
+  };
+  const Case cases[] = {
+      {"nothing", [](StarList&) {}, 16, 60},
+      {"the year of the stars", [](StarList& l) { l.setStarAtYear(500000); }, 16, 60},
+      {"the scale of the view", [](StarList&) {}, 16.5, 60},
+      {"the field of view", [](StarList&) {}, 16, 20},
+      {"the star scale", [](StarList& l) { l.setStarScale(2.5f); }, 16, 60},
+      {"the faintest magnitude", [](StarList& l) { l.setVMagMin(12); }, 16, 60},
+      {"the magnitude range", [](StarList& l) { l.setVMagRangeOn(0, 4); }, 16, 60},
+      {"a spectral range", [](StarList& l) { l.setSptypeRangeOn(SPTYPE_G, 2, 8); }, 16, 60},
+      {"the exposure", [](StarList& l) { l.setExposure(1.8f); }, 16, 60},
+      {"the colour map", [](StarList& l) { l.setWhichColorMap(_NO_COLOR_MAP); }, 16, 60},
+      {"the gamma table", [](StarList& l) { l.gammaTable[200] ^= 0x40; }, 16, 60},
+      {"a record changed by hand, and said so",
+       [](StarList& l) {
+         for (int i = 1; i < l.numStars; i += 3) l.stars[i].lumMag -= 2;
+         l.starsChanged();
+       },
+       16, 60},
+  };
+  const double dir[3] = {-0.3, 0.9, 0.2};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    TwinLists t;
+    ASSERT_TRUE(t.read(2));
+    t.both([&](StarList& l) { ASSERT_EQ(l.loadColorMapBV(map.c_str(), -0.4f, 2.0f), 1); });
+    viewFromOrigin(60, dir);
+    expectSameFrame(t, 16, STAR_DRAW_COLORMAP);
+    t.both(c.change);
+    viewFromOrigin(c.fovy, dir);
+    expectSameFrame(t, c.logScale, STAR_DRAW_COLORMAP);
+  }
+}
+
+TEST_F(StarDrawGL, ACameraAwayFromTheOriginWorksEveryStarOut) {
+  TwinLists t;
+  ASSERT_TRUE(t.read(1));
+  const double eye[3] = {0.5, -0.2, 0.1}, dir[3] = {1, 0.2, 0}, up[3] = {0, 0, 1};
+  view(60, eye, dir, up);
+  expectSameFrame(t, 16, STAR_DRAW_COLORMAP);
+  EXPECT_TRUE(t.memo.drawMemo.entries.empty());
+  EXPECT_EQ(t.memo.drawMemo.gen, 0u);
+}
