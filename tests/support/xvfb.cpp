@@ -137,4 +137,8 @@ bool writeReadbackPPM(const std::string& path, const std::vector<unsigned char>&
   return fclose(f) == 0 && ok;
 }
 
+void keepShotForALook(const std::string& name, const std::vector<unsigned char>& rgb, int width, int height) {
+  if (getenv("VELMORA_TEST_SHOTS")) writeReadbackPPM("/tmp/" + name + ".ppm", rgb, width, height);
+}
+
 }  // namespace testsupport

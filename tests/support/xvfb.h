@@ -42,4 +42,8 @@ std::vector<unsigned char> readPixelsRGB(int x, int y, int width, int height);
 // for a look at a picture when a test fails. Returns true on success; prints nothing.
 bool writeReadbackPPM(const std::string& path, const std::vector<unsigned char>& rgb, int width, int height);
 
+// The same to /tmp/<name>.ppm, only when VELMORA_TEST_SHOTS is set: a run of the suite leaves no
+// pictures behind unless they are asked for. Prints nothing.
+void keepShotForALook(const std::string& name, const std::vector<unsigned char>& rgb, int width, int height);
+
 }  // namespace testsupport
