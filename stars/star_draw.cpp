@@ -723,21 +723,24 @@ void StarList::drawStars(double logScale, int flags, int width, int height) {
     glBindTexture(GL_TEXTURE_2D, texId);
     glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
     glBlendFunc(GL_SRC_ALPHA, GL_ONE);
-    if (memoOn) drawBillboardsThroughMemo(*this, first, last, fv, cam, cf, alphaValues);
-    for (int i = last; i >= first && !memoOn; i--) {
-      if (i - kPrefetchAhead >= first) prefetchStar(stars + (i - kPrefetchAhead));
-      NODE_StarObject* star = &stars[i];
-      star->pxSize = 0;
-      if (selectStar(*this, star, i, fv, cam, distVec, &px, &alpha) != kDrawable) continue;
-      if (px < param.pxsizeTex) {
-        star->pxSize = px;
-        star->pxAlpha = alpha;
-        star->viewVec = distVec;
-        continue;
+    if (memoOn) {
+      drawBillboardsThroughMemo(*this, first, last, fv, cam, cf, alphaValues);
+    } else {
+      for (int i = last; i >= first; i--) {
+        if (i - kPrefetchAhead >= first) prefetchStar(stars + (i - kPrefetchAhead));
+        NODE_StarObject* star = &stars[i];
+        star->pxSize = 0;
+        if (selectStar(*this, star, i, fv, cam, distVec, &px, &alpha) != kDrawable) continue;
+        if (px < param.pxsizeTex) {
+          star->pxSize = px;
+          star->pxAlpha = alpha;
+          star->viewVec = distVec;
+          continue;
+        }
+        colorOf(cf, star, alphaValues(alpha), rgba);
+        placeStar(distVec, logScale, pos);
+        renderBillBstar(pos, fv.u, rgba, fv.radPerPixel, px, fv.aspect);
       }
-      colorOf(cf, star, alphaValues(alpha), rgba);
-      placeStar(distVec, logScale, pos);
-      renderBillBstar(pos, fv.u, rgba, fv.radPerPixel, px, fv.aspect);
     }
     // Pass two: the waiting stars as points, over the billboards.
     glDisable(GL_TEXTURE_2D);
@@ -749,13 +752,14 @@ void StarList::drawStars(double logScale, int flags, int width, int height) {
         placeEntry(e, pos);
         emitPoint(*this, current, e.px, e.rgba, pos);
       }
-    }
-    for (int i = last; i >= first && !memoOn; i--) {
-      NODE_StarObject* star = &stars[i];
-      if (star->pxSize == 0) continue;
-      colorOf(cf, star, alphaValues(star->pxAlpha), rgba);
-      placeStar(star->viewVec, logScale, pos);
-      emitPoint(*this, current, bucketIndex(star->pxSize), rgba, pos);
+    } else {
+      for (int i = last; i >= first; i--) {
+        NODE_StarObject* star = &stars[i];
+        if (star->pxSize == 0) continue;
+        colorOf(cf, star, alphaValues(star->pxAlpha), rgba);
+        placeStar(star->viewVec, logScale, pos);
+        emitPoint(*this, current, bucketIndex(star->pxSize), rgba, pos);
+      }
     }
     flushBuckets(*this);
     glEnd();
@@ -763,19 +767,22 @@ void StarList::drawStars(double logScale, int flags, int width, int height) {
     starRange(*this, true, &first, &last);
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     glBegin(GL_POINTS);
-    StarRun run;
-    if (memoOn) drawPointsThroughMemo(*this, first, last, fv, cam, cf, alphaValues, current);
-    for (int i = last; i >= first && !memoOn;) {
-      i = gatherRun(*this, i, first, fv, cam, run);
-      starPXSizesAlphas(*this, run.vmag, run.n, param.starScale, (float)fv.radPerPixel, run.px, run.alpha,
-                        run.tooSmall);
-      for (int k = 0; k < run.n; k++) {
-        if (run.tooSmall[k]) continue;
-        colorOf(cf, run.star[k], alphaValues(run.alpha[k]), run.rgba[k]);
-        placeStar(run.dist[k], logScale, run.pos[k]);
+    if (memoOn) {
+      drawPointsThroughMemo(*this, first, last, fv, cam, cf, alphaValues, current);
+    } else {
+      StarRun run;
+      for (int i = last; i >= first;) {
+        i = gatherRun(*this, i, first, fv, cam, run);
+        starPXSizesAlphas(*this, run.vmag, run.n, param.starScale, (float)fv.radPerPixel, run.px, run.alpha,
+                          run.tooSmall);
+        for (int k = 0; k < run.n; k++) {
+          if (run.tooSmall[k]) continue;
+          colorOf(cf, run.star[k], alphaValues(run.alpha[k]), run.rgba[k]);
+          placeStar(run.dist[k], logScale, run.pos[k]);
+        }
+        for (int k = 0; k < run.n; k++)
+          if (!run.tooSmall[k]) emitPoint(*this, current, bucketIndex(run.px[k]), run.rgba[k], run.pos[k]);
       }
-      for (int k = 0; k < run.n; k++)
-        if (!run.tooSmall[k]) emitPoint(*this, current, bucketIndex(run.px[k]), run.rgba[k], run.pos[k]);
     }
     flushBuckets(*this);
     glEnd();

@@ -234,14 +234,7 @@ class StarDrawGL : public testing::Test {
   static Picture shot(const char* name) {
     glFinish();
     Picture p{testsupport::readPixelsRGB(0, 0, kSide, kSide)};
-    if (getenv("VELMORA_TEST_SHOTS")) {
-      std::string path = std::string("/tmp/star_draw_") + name + ".ppm";
-      if (FILE* fp = fopen(path.c_str(), "wb")) {
-        fprintf(fp, "P6\n%d %d\n255\n", kSide, kSide);
-        for (int y = kSide - 1; y >= 0; y--) fwrite(p.at(0, y), 1, kSide * 3, fp);
-        fclose(fp);
-      }
-    }
+    testsupport::keepShotForALook(std::string("star_draw_") + name, p.px, kSide, kSide);
     return p;
   }
 
