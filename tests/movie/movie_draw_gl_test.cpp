@@ -65,11 +65,7 @@ class MovieDrawGL : public testing::Test {
   }
   // Saved for a look at the picture (bottom row first turned into top first).
   void save(const std::string& name) const {
-    FILE* fp = std::fopen(("/tmp/movie_draw_" + name + ".ppm").c_str(), "wb");
-    if (!fp) return;
-    std::fprintf(fp, "P6\n%d %d\n255\n", W, H);
-    for (int y = H - 1; y >= 0; y--) std::fwrite(&pixels[y * W * 3], 1, W * 3, fp);
-    std::fclose(fp);
+    testsupport::keepShotForALook("movie_draw_" + name, pixels.data(), W, H);
   }
   int count(const RGB& c) const {
     int n = 0;

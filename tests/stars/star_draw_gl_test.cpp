@@ -234,7 +234,7 @@ class StarDrawGL : public testing::Test {
   static Picture shot(const char* name) {
     glFinish();
     Picture p{testsupport::readPixelsRGB(0, 0, kSide, kSide)};
-    testsupport::keepShotForALook(std::string("star_draw_") + name, p.px, kSide, kSide);
+    testsupport::keepShotForALook(std::string("star_draw_") + name, p.px.data(), kSide, kSide);
     return p;
   }
 

@@ -36,15 +36,6 @@ std::vector<unsigned char> readTexture(unsigned int name, int* w, int* h) {
   return out;
 }
 
-// A picture read back (bottom row first, RGB) as a PPM with the top row first, to be looked at.
-void savePPM(const std::string& path, const std::vector<unsigned char>& rgb, int w, int h) {
-  FILE* fp = fopen(path.c_str(), "wb");
-  if (!fp) return;
-  fprintf(fp, "P6\n%d %d\n255\n", w, h);
-  for (int y = h - 1; y >= 0; y--) fwrite(rgb.data() + (size_t)y * w * 3, 1, (size_t)w * 3, fp);
-  fclose(fp);
-}
-
 class StarTexGL : public testing::Test {
  protected:
   void SetUp() override {
@@ -315,7 +306,7 @@ TEST_F(StarTexGL, ABillboardShowsTheProfileInItsPixels) {
   auto tex = readTexture(list.texId, &w, &h);
   ASSERT_EQ(w, 64);
   auto pix = drawBillboard(list);
-  savePPM("/tmp/velmora_star_gauss.ppm", pix, kWin, kWin);
+  testsupport::keepShotForALook("velmora_star_gauss", pix.data(), kWin, kWin);
   bool anyLight = false;
   for (unsigned char v : pix) anyLight = anyLight || v != 0;
   ASSERT_TRUE(anyLight) << "the billboard left no trace";
@@ -345,12 +336,12 @@ TEST_F(StarTexGL, AiryAndFFTBillboardsForTheEye) {
   ASSERT_EQ(list.setStarTextureAiry(1.0f, 0.5f, 0.1f), 1);
   ASSERT_EQ(list.initTexture(&list.texId), 1);
   auto airyPix = drawBillboard(list);
-  savePPM("/tmp/velmora_star_airy.ppm", airyPix, kWin, kWin);
+  testsupport::keepShotForALook("velmora_star_airy", airyPix.data(), kWin, kWin);
   const float rgb[3] = {1.0f, 0.9f, 0.7f};
   ASSERT_EQ(list.setStarTextureFFT(0.25f, 0.5f, 0.8f, 1.0f, rgb, _STAR_FILTER_SQUARE), 1);
   testsupport::stdoutOf([&] { ASSERT_EQ(list.initTexture(&list.texId), 1); });
   auto fftPix = drawBillboard(list);
-  savePPM("/tmp/velmora_star_fft.ppm", fftPix, kWin, kWin);
+  testsupport::keepShotForALook("velmora_star_fft", fftPix.data(), kWin, kWin);
   for (auto* pix : {&airyPix, &fftPix}) {
     auto at = [&](int x, int y, int c) { return (int)(*pix)[((size_t)y * kWin + x) * 3 + c]; };
     EXPECT_GT(at(64, 64, 0), 200);

@@ -127,18 +127,18 @@ std::vector<unsigned char> readPixelsRGB(int x, int y, int width, int height) {
   return pixels;
 }
 
-bool writeReadbackPPM(const std::string& path, const std::vector<unsigned char>& rgb, int width, int height) {
-  FILE* f = fopen(path.c_str(), "wb");
-  if (!f) return false;
+void keepShotForALook(const std::string& name, const unsigned char* rgb, int width, int height, bool topRowFirst) {
+  if (!getenv("VELMORA_TEST_SHOTS")) return;
+  FILE* f = fopen(("/tmp/" + name + ".ppm").c_str(), "wb");
+  if (!f) return;
+  // A PPM holds the top row first.
   fprintf(f, "P6\n%d %d\n255\n", width, height);
   const size_t row = static_cast<size_t>(width) * 3;
-  bool ok = rgb.size() >= row * static_cast<size_t>(height);
-  for (int y = height - 1; ok && y >= 0; --y) ok = fwrite(&rgb[static_cast<size_t>(y) * row], 1, row, f) == row;
-  return fclose(f) == 0 && ok;
-}
-
-void keepShotForALook(const std::string& name, const std::vector<unsigned char>& rgb, int width, int height) {
-  if (getenv("VELMORA_TEST_SHOTS")) writeReadbackPPM("/tmp/" + name + ".ppm", rgb, width, height);
+  for (int k = 0; k < height; ++k) {
+    const int y = topRowFirst ? k : height - 1 - k;
+    if (fwrite(rgb + static_cast<size_t>(y) * row, 1, row, f) != row) break;
+  }
+  fclose(f);
 }
 
 }  // namespace testsupport

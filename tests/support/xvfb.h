@@ -38,12 +38,10 @@ int openGLWindow(int width, int height, unsigned int glutMode = 0);
 // Reads back the colour buffer as RGB bytes, bottom row first (as OpenGL gives it).
 std::vector<unsigned char> readPixelsRGB(int x, int y, int width, int height);
 
-// Writes pixels as readPixelsRGB gives them (bottom row first) to a binary PPM, top row first,
-// for a look at a picture when a test fails. Returns true on success; prints nothing.
-bool writeReadbackPPM(const std::string& path, const std::vector<unsigned char>& rgb, int width, int height);
-
-// The same to /tmp/<name>.ppm, only when VELMORA_TEST_SHOTS is set: a run of the suite leaves no
-// pictures behind unless they are asked for. Prints nothing.
-void keepShotForALook(const std::string& name, const std::vector<unsigned char>& rgb, int width, int height);
+// A picture to look at, as /tmp/<name>.ppm, only when VELMORA_TEST_SHOTS is set: a run of the
+// suite leaves no pictures behind unless they are asked for. rgb holds width x height RGB bytes,
+// bottom row first as OpenGL reads them, or top row first when topRowFirst. Prints nothing.
+void keepShotForALook(const std::string& name, const unsigned char* rgb, int width, int height,
+                      bool topRowFirst = false);
 
 }  // namespace testsupport

@@ -208,7 +208,7 @@ TEST_F(SceneGL, FirstViewLooksAtTheModelAndFramesIt) {
   glPopMatrix();
   glFinish();
   std::vector<unsigned char> rgb = testsupport::readPixelsRGB(0, 0, kWindowSize, kWindowSize);
-  testsupport::keepShotForALook("scene_gl_first_view", rgb, kWindowSize, kWindowSize);
+  testsupport::keepShotForALook("scene_gl_first_view", rgb.data(), kWindowSize, kWindowSize);
   int minX = kWindowSize, maxX = -1, minY = kWindowSize, maxY = -1;
   for (int y = 0; y < kWindowSize; ++y)
     for (int x = 0; x < kWindowSize; ++x)

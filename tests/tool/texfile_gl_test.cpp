@@ -265,13 +265,7 @@ TEST_F(TexFileGL, RealMapDrawsAsTheFileHoldsIt) {
   std::vector<unsigned char> px = testsupport::readPixelsRGB(0, 0, kMapWidth, kMapHeight);
   ASSERT_EQ(px.size(), static_cast<size_t>(kMapWidth * kMapHeight * 3));
 
-  // Kept for a look: the picture as drawn, top row first.
-  if (FILE* fp = fopen("/tmp/texfile_gl_visible.ppm", "wb")) {
-    fprintf(fp, "P6\n%d %d\n255\n", kMapWidth, kMapHeight);
-    for (int y = kMapHeight - 1; y >= 0; --y)
-      fwrite(&px[static_cast<size_t>(y) * kMapWidth * 3], 1, kMapWidth * 3, fp);
-    fclose(fp);
-  }
+  testsupport::keepShotForALook("texfile_gl_visible", px.data(), kMapWidth, kMapHeight);
   int worst = 0;
   for (int y = 0; y < kMapHeight; y += 7)
     for (int x = 0; x < kMapWidth; x += 5) {

@@ -69,14 +69,7 @@ struct Picture {
       }
     return -1;
   }
-  void save(const std::string& path) const {
-    FILE* f = fopen(path.c_str(), "wb");
-    if (!f) return;
-    fprintf(f, "P6\n%d %d\n255\n", w, h);
-    for (int y = h - 1; y >= 0; --y)
-      fwrite(&rgb[static_cast<size_t>(y) * w * 3], 1, static_cast<size_t>(w) * 3, f);
-    fclose(f);
-  }
+  void save(const std::string& name) const { testsupport::keepShotForALook(name, rgb.data(), w, h); }
 };
 
 // What the panel shows now, as the X server has it: the main window ("test") grabbed with
@@ -174,7 +167,7 @@ TEST_F(PanelWindow, DrawnInItsColoursWithRolloutsOpenedByKeys) {
   myGLUICreate();
   ASSERT_NE(glui, nullptr);
   Picture closed = panelPicture();
-  closed.save("/tmp/vmbuild-panel-closed.ppm");
+  closed.save("vmbuild-panel-closed");
   const int area = closed.w * closed.h;
   ASSERT_GT(area, 0);
   EXPECT_GT(closed.count(90, 30, 50, 2), area / 4) << "the background colour covers the panel";
@@ -184,7 +177,7 @@ TEST_F(PanelWindow, DrawnInItsColoursWithRolloutsOpenedByKeys) {
   EXPECT_EQ(myKeyCB('m', 0, 0), 1);
   EXPECT_EQ(myKeyCB('p', 0, 0), 1);
   Picture open = panelPicture();
-  open.save("/tmp/vmbuild-panel-star-open.ppm");
+  open.save("vmbuild-panel-star-open");
   EXPECT_GT(open.lowestTextRow(), closedBottom) << "the open star panel reaches further down";
   EXPECT_GT(open.bright(), closed.bright());
 

@@ -390,8 +390,8 @@ using toolscene::Args;
 using toolscene::sample;
 
 // The middle of the model's lit pixels when it is drawn as a white quad the way the sky drawing
-// places it; x = -1 when none is in the picture. Saves the picture to ppm.
-void modelCentre(const char* ppm, double* cx, double* cy) {
+// places it; x = -1 when none is in the picture. The picture is kept as shot for a look.
+void modelCentre(const char* shot, double* cx, double* cy) {
   glViewport(0, 0, kSceneSide, kSceneSide);
   glClearColor(0, 0, 0, 0);
   glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
@@ -410,7 +410,7 @@ void modelCentre(const char* ppm, double* cx, double* cy) {
   glPopMatrix();
   glFinish();
   std::vector<unsigned char> rgb = testsupport::readPixelsRGB(0, 0, kSceneSide, kSceneSide);
-  testsupport::writeReadbackPPM(ppm, rgb, kSceneSide, kSceneSide);
+  testsupport::keepShotForALook(shot, rgb.data(), kSceneSide, kSceneSide);
   double sx = 0, sy = 0;
   long n = 0;
   for (int y = 0; y < kSceneSide; ++y)
@@ -497,9 +497,9 @@ TEST_F(SceneKeysGL, APlainImageTurnsAboutItsDirectionUnderAPlainLeftDrag) {
   // Its centre keeps its place on the screen.
   double x0, y0, x1, y1;
   memcpy(alignModelMatrix, start0.m, sizeof start0.m);
-  modelCentre("/tmp/vmcb_gl_start.ppm", &x0, &y0);
+  modelCentre("vmcb_gl_start", &x0, &y0);
   memcpy(alignModelMatrix, plain.m, sizeof plain.m);
-  modelCentre("/tmp/vmcb_gl_turned.ppm", &x1, &y1);
+  modelCentre("vmcb_gl_turned", &x1, &y1);
   EXPECT_NEAR(x1, x0, 1.0);
   EXPECT_NEAR(y1, y0, 1.0);
 }
@@ -509,12 +509,12 @@ TEST_F(SceneKeysGL, APlainImageTurnsAboutItsDirectionUnderAPlainLeftDrag) {
 TEST_F(SceneKeysGL, MiddleDragSlidesTheModelWithTheMouse) {
   start(false);
   double x0, y0, x1, y1;
-  modelCentre("/tmp/vmcb_gl_before_slide.ppm", &x0, &y0);
+  modelCentre("vmcb_gl_before_slide", &x0, &y0);
   ASSERT_GE(x0, 0);
   Mat before = align();
   press(1, 0, 128, 128);
   dragTo(2, 0, 138, 128);  // small enough to keep the whole model in the picture
-  modelCentre("/tmp/vmcb_gl_after_slide.ppm", &x1, &y1);
+  modelCentre("vmcb_gl_after_slide", &x1, &y1);
   // The model's origin turns about the observer's vertical by theta1, to the right.
   double degrees = 10 * 0.5 * currFovy / 90;
   Mat w0 = mul(firstView, before), w1 = mul(firstView, align());

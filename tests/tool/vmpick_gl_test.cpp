@@ -145,7 +145,7 @@ TEST_F(PickGL, AClickOnSiriusInAFramePicksIt) {
   ASSERT_LT(wx, kSide);
   ASSERT_GT(wy, 0);
   ASSERT_LT(wy, kSide);
-  testsupport::keepShotForALook("vmpick_sirius", rgb, kSide, kSide);
+  testsupport::keepShotForALook("vmpick_sirius", rgb.data(), kSide, kSide);
   // Sirius, the brightest star of the sky, is drawn there.
   int px = (int)wx, py = (int)wy;
   int brightest = 0;

@@ -112,14 +112,6 @@ Screen grabScreen(int width, int height) {
   return s;
 }
 
-void savePPM(const Screen& s, const std::string& path) {
-  FILE* f = fopen(path.c_str(), "wb");
-  if (!f) return;
-  fprintf(f, "P6\n%d %d\n255\n", s.width, s.height);
-  fwrite(s.rgb.data(), 1, s.rgb.size(), f);
-  fclose(f);
-}
-
 bool isColour(const unsigned char* p, const float rgb[3]) {
   return p[0] == static_cast<int>(rgb[0]) && p[1] == static_cast<int>(rgb[1]) && p[2] == static_cast<int>(rgb[2]);
 }
@@ -199,7 +191,7 @@ TEST_F(GluiWindow, TheSubWindowStandsOnTheRightAndTheViewportExcludesIt) {
 
   Screen s = grabScreen(kWinW, kWinH);
   ASSERT_EQ(s.width, kWinW);
-  savePPM(s, "/tmp/glui_gl_subwindow.ppm");
+  testsupport::keepShotForALook("glui_gl_subwindow", s.rgb.data(), s.width, s.height, true);
   const float blue[3] = {0, 0, 255};
   // The bottom rows stand below every control: picture on the left, panel colour on the right.
   for (int row = kWinH - 20; row < kWinH; row += 5) {
@@ -267,7 +259,7 @@ TEST_F(GluiWindow, EveryKindOfControlIsDrawn) {
 
   Screen s = grabScreen(kWinW, kTallH);
   ASSERT_EQ(s.width, kWinW);
-  savePPM(s, "/tmp/glui_gl_every_kind.ppm");
+  testsupport::keepShotForALook("glui_gl_every_kind", s.rgb.data(), s.width, s.height, true);
   // The last text stands somewhere below the middle: everything above it was laid out.
   int lowestText = -1;
   for (int y = 0; y < kTallH; ++y)

@@ -67,15 +67,7 @@ class CameraView : public testing::Test {
     display();
     // The frame stays in the back buffer after the swap.
     std::vector<unsigned char> px = testsupport::readPixelsRGB(0, 0, 256, 256);
-    std::vector<unsigned char> top = px;
-    myUpsidedownImage(top.data(), 256, 256);
-    std::string name = "/tmp/velmora-camera-" + std::to_string(n) + ".ppm";
-    FILE* f = fopen(name.c_str(), "wb");
-    if (f) {
-      fprintf(f, "P6\n256 256\n255\n");
-      fwrite(top.data(), 1, top.size(), f);
-      fclose(f);
-    }
+    testsupport::keepShotForALook("velmora-camera-" + std::to_string(n), px.data(), 256, 256);
     return px;
   }
   testsupport::TempDir dir_;

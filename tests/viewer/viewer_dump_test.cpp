@@ -371,14 +371,7 @@ TEST_F(FrameDump, FrameNumberIsMagentaInTheLowerLeftAndLeavesTheMatrices) {
       else
         ++elsewhere;
     }
-  std::vector<unsigned char> top = px;
-  myUpsidedownImage(top.data(), 256, 256);
-  FILE* f = fopen("/tmp/velmora-frame-number.ppm", "wb");
-  if (f) {
-    fprintf(f, "P6\n256 256\n255\n");
-    fwrite(top.data(), 1, top.size(), f);
-    fclose(f);
-  }
+  testsupport::keepShotForALook("velmora-frame-number", px.data(), 256, 256);
   EXPECT_GT(lowerLeft, 50);
   EXPECT_EQ(elsewhere, 0);
   double mv2[16], pr2[16];

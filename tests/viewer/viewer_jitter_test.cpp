@@ -48,14 +48,6 @@ int litPixels(const unsigned char* rgb, size_t bytes) {
   return n;
 }
 
-void savePPM(const std::string& path, const unsigned char* rgbTopDown, int w, int h) {
-  FILE* f = fopen(path.c_str(), "wb");
-  if (!f) return;
-  fprintf(f, "P6\n%d %d\n255\n", w, h);
-  fwrite(rgbTopDown, 1, (size_t)w * h * 3, f);
-  fclose(f);
-}
-
 }  // namespace
 
 // ---- Tables -------------------------------------------------------------------------------
@@ -221,10 +213,8 @@ TEST_F(JitterFrame, DiagonalLineGetsIntermediateGreysOnlyWhenJittered) {
   int greys = intermediatePixels(myStencilBufByte, bytes);
   EXPECT_GT(greys, 100);
   // For a look at the pictures.
-  std::vector<unsigned char> plainTop = plain;
-  myUpsidedownImage(plainTop.data(), 256, 256);
-  savePPM("/tmp/velmora-jitter-plain.ppm", plainTop.data(), 256, 256);
-  savePPM("/tmp/velmora-jitter-average.ppm", myStencilBufByte, 256, 256);
+  testsupport::keepShotForALook("velmora-jitter-plain", plain.data(), 256, 256);
+  testsupport::keepShotForALook("velmora-jitter-average", myStencilBufByte, 256, 256, true);
   // The projection is put back after the passes.
   double pr[16];
   glGetDoublev(GL_PROJECTION_MATRIX, pr);
